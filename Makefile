@@ -1,0 +1,52 @@
+# Entry points for a newcomer and for CI:
+#   make demo   set up, build, and run the translator on a bundled example
+#   make check  set up, build, and run the whole test suite, also under the sanitizers
+BUILD_DIR ?= build
+ASAN_DIR  ?= build-asan
+JOBS      ?= 2
+DEBS      := cmake g++ make libgtest-dev libeigen3-dev
+
+.PHONY: all setup build build-asan demo check test test-asan format clean
+
+all: build
+
+# Installs the Debian packages the build needs when they are missing and we are root.
+setup:
+	@missing=""; \
+	for p in $(DEBS); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  if [ "$$(id -u)" = 0 ]; then \
+	    echo "Installing:$$missing"; \
+	    apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing; \
+	  else \
+	    echo "Missing Debian packages:$$missing. Install them (as root: make setup)."; exit 1; \
+	  fi; \
+	fi
+
+build: setup
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+build-asan: setup
+	cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DVARO5_SANITIZE=ON
+	cmake --build $(ASAN_DIR) -j $(JOBS)
+
+demo: build
+	@echo
+	@$(BUILD_DIR)/VARO5 /v
+	@echo "The translator is $(BUILD_DIR)/VARO5. Run without arguments, it prints its usage:"
+	-@$(BUILD_DIR)/VARO5
+
+test: build
+	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
+
+test-asan: build-asan
+	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=0 ctest --output-on-failure -j $(JOBS)
+
+check: test test-asan
+
+format:
+	clang-format -i $$(git ls-files '*.cpp' '*.h')
+
+clean:
+	rm -rf $(BUILD_DIR) $(ASAN_DIR)

@@ -1,0 +1,56 @@
+// Public header of the driver: the run settings of the command line, the readers of the
+// input file, and the small text, name and digest tools every later stage uses.
+#pragma once
+
+#include "driver/diag.h"
+#include "expr/expr.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+extern String sInFile;
+extern String sOutDir;
+extern int bTrialSimulation;
+extern int bReplaceModelText;
+extern int bGetTextModelInfo;
+extern int bTestMode;
+extern int iGenModelTypes;
+extern int gradientLimit;
+extern std::string varoPath;
+extern char const* VARO_version;
+extern char fmtbuf[1024];
+extern int bAllowNullOmegas;
+
+int doit();
+void usage();
+char* ReadFile(char const* path);
+N ReadModelFile(char const* path, NV& includes, int iReplace);
+N ReadCohortFile(char const* path, NV& includes);
+
+extern char const* const saCReserved[];
+char const* NameWithContext(char const* context, char const* name);
+int MemberOf(char const* name, SV const& list);
+int MemberOf(char const* context, char const* name, SV const& list);
+void EliminateDuplicates(SV& list);
+void EliminateDuplicates(SV& list, std::vector<unsigned short>& a);
+void EliminateDuplicates(SV& list, std::vector<unsigned short>& a, std::vector<unsigned short>& b);
+bool is_reserved(char const* name);
+bool is_var_dual(char const* name);
+bool is_var_dual_fixef(char const* name);
+bool is_var_dual_ranef(char const* name);
+bool is_cfm(char const* name);
+void if_statement(FILE* f, char const* name, bool bNewLine);
+bool ltcholCol(int n, double const* A, double* L);
+
+// The model id digest: the MD5 block function over the text padded with zeros only.
+namespace MD5 {
+struct Digest {
+    uint32_t a, b, c, d;
+};
+Digest md5_text(char const* text);
+Digest md5_file(char const* path);
+} // namespace MD5
+
+char const* get_model_id(char const* path);

@@ -1,0 +1,81 @@
+// Name lists and name tests: context-qualified names, list membership, duplicate removal,
+// the reserved words of the generated language, and the dual and closed-form tests.
+#include "analysis/analysis.h"
+#include "driver/driver.h"
+
+#include <cstring>
+
+// Words that may not name a variable, since they are words of the generated C++.
+// clang-format off
+char const* const saCReserved[] = {
+    "const", "int", "long", "short", "char", "double", "signed", "unsigned", "enum", "struct",
+    "bool", "static", "private", "public", "protected", "if", "else", "for", "while", "do",
+    "break", "continue", "switch", "default", "case", "goto", "return", "true", "false", nullptr};
+// clang-format on
+
+// "context$name", or the bare name for an empty context. The result lives until the next
+// call; it is kept in a growing string rather than a fixed buffer, so no name is cut.
+char const* NameWithContext(char const* context, char const* name) {
+    static std::string tempbuf;
+    tempbuf = (context && *context) ? std::string(context) + "$" + name : std::string(name);
+    return tempbuf.c_str();
+}
+
+// Index of the last entry equal to 'name'; -1 when absent.
+int MemberOf(char const* name, SV const& list) {
+    for (int i = int(list.size()) - 1; i >= 0; i--)
+        if (list[i] == name) return i;
+    return -1;
+}
+
+int MemberOf(char const* context, char const* name, SV const& list) {
+    return MemberOf(NameWithContext(context, name), list);
+}
+
+// Keeps the first occurrence of each text; the parallel vectors lose the same positions.
+static void EliminateDuplicatesImpl(SV& list, std::vector<unsigned short>* a,
+                                    std::vector<unsigned short>* b) {
+    for (size_t i = 0; i < list.size(); i++) {
+        for (size_t j = i + 1; j < list.size();) {
+            if (list[j] != list[i]) {
+                j++;
+                continue;
+            }
+            list.erase(list.begin() + j);
+            if (a && j < a->size()) a->erase(a->begin() + j);
+            if (b && j < b->size()) b->erase(b->begin() + j);
+        }
+    }
+}
+
+void EliminateDuplicates(SV& list) { EliminateDuplicatesImpl(list, nullptr, nullptr); }
+
+void EliminateDuplicates(SV& list, std::vector<unsigned short>& a) {
+    EliminateDuplicatesImpl(list, &a, nullptr);
+}
+
+void EliminateDuplicates(SV& list, std::vector<unsigned short>& a, std::vector<unsigned short>& b) {
+    EliminateDuplicatesImpl(list, &a, &b);
+}
+
+bool is_reserved(char const* name) {
+    for (char const* const* w = saCReserved; *w; w++)
+        if (strcmp(*w, name) == 0) return true;
+    return false;
+}
+
+bool is_var_dual(char const* name) { return dual_vars.count(name) > 0; }
+
+bool is_var_dual_fixef(char const* name) { return dual_vars_fixef.count(name) > 0; }
+
+bool is_var_dual_ranef(char const* name) { return dual_vars_ranxef.count(name) > 0; }
+
+bool is_cfm(char const* name) { return !nothing_is_cfm && cfs.count(name) > 0; }
+
+// Prints the head of one branch of a generated name-dispatch routine:
+//     if (_nm[0] == 'V' && strcmp(_nm, "V") == 0)
+//     {
+void if_statement(FILE* f, char const* name, bool bNewLine) {
+    fprintf(f, "%s    if (_nm[0] == '%c' && strcmp(_nm, \"%s\") == 0)\n    {\n", bNewLine ? "\n" : "",
+            name[0], name);
+}

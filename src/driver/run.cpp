@@ -1,0 +1,39 @@
+// The run settings of the command line, the usage text, and `doit`, which picks the one
+// road of this run: trial program, override rewrite, model information, or model code.
+#include "driver/driver.h"
+
+String sInFile;
+String sOutDir;
+int bTrialSimulation = 0;
+int bReplaceModelText = 0;
+int bGetTextModelInfo = 0;
+int bTestMode = 0;
+int iGenModelTypes = 0;
+int gradientLimit = 1;
+std::string varoPath;
+char const* VARO_version = "26.3.2.2";
+char fmtbuf[1024];
+
+void usage() {
+    fprintf(stderr, "%s",
+            "\n    Usage:\n    VARO5 [flags] <model file> [<output dir>]\n    flags (case insensitive):\n        /T  gen trial simulation\n        /I  special call to get fixed effects, etc\n        /R  override model text\n        /L  model generates LL values\n        /gradientlimit <1-5>  set level of acceptable model complexity for gradient processing\n                              1 is the least complex, 4 is the most complex, 5 is unlimited\n                              default value is 1\n                              note that there are internal limitations that cannot be exceeded with any level\n");
+}
+
+// Trial scripts beat override rewriting, which beats model information; the model code
+// generator is the default road.
+int doit() {
+    NV includes;
+    if (bTrialSimulation) {
+        ReadCohortFile(sInFile, includes);
+        return bFatalError ? 1 : 0;
+    }
+    if (bReplaceModelText) {
+        ReadModelFile(sInFile, includes, 1);
+        return bFatalError ? 1 : 0;
+    }
+    N model = ReadModelFile(sInFile, includes, 0);
+    if (bFatalError) return 1;
+    if (!model) return 0;
+    model->AssertValid();
+    return 0;
+}

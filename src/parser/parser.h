@@ -1,0 +1,35 @@
+// Public header of the language front end: the scanner's tests on the text buffer, the
+// known-word tables, the recovery walk, and the parse routines of models and trial scripts.
+#pragma once
+
+#include "expr/expr.h"
+
+// Size of every buffer that receives an identifier, a string or the text of a number.
+// A longer word is not recognised: the test fails and the caller reports what it expected.
+constexpr int NAME_BUF_SIZE = 1024;
+
+extern int bAllowUnderscore;
+extern char const* const saKnownStatement[];
+extern char const* const saKnownFunction[];
+
+char const* ScanWhite(char const*& p);
+int seeChar(char const*& p, char c);
+int seeChars(char const*& p, char const* s);
+int seeAssignOp(char const*& p);
+int seeWord(char const*& p, char const* w);
+int seeId(char const*& p, char* out);
+int seeIdAllowFunnyChars(char const*& p, char* out);
+int seeStr(char const*& p, char* out);
+int seeNum(char const*& p, double& value, char* text);
+int seeInt(char const*& p, int& value);
+int seeKnownStatement(char const*& p);
+void scanOutOfStmt(char const*& p);
+
+void expect_char(char const*& p, char c, char const* msg);
+void expect_id(char const*& p, char* out, char const* msg);
+void expect_assignment(char const*& p);
+void expect_assignment(char const*& p, char const* what);
+
+// include("name") clauses in front of a model or a trial script, each appended to
+// 'includes' as a `CN_FILE` node.
+void parsIncludes(char const*& p, NV& includes);

@@ -1,0 +1,55 @@
+# Runs the translator on one golden case and compares what it produced with expected/.
+# The case folder holds the input files, an optional `args` file (the command line after
+# the program name, split like a shell would) and expected/, which lists every file the
+# run must produce: stdout.txt, stderr.txt, exit_code.txt and the files written.
+# Inputs are copied into a fresh run folder, which is also the current directory.
+foreach(var VARO5 GOLDEN_DIFF CASE_DIR WORK_DIR)
+  if(NOT DEFINED ${var})
+    message(FATAL_ERROR "run_case.cmake needs -D${var}=...")
+  endif()
+endforeach()
+
+set(run_dir ${WORK_DIR}/run)
+set(out_dir ${WORK_DIR}/actual)
+file(REMOVE_RECURSE ${WORK_DIR})
+file(MAKE_DIRECTORY ${run_dir} ${out_dir})
+
+file(GLOB inputs LIST_DIRECTORIES true RELATIVE ${CASE_DIR} ${CASE_DIR}/*)
+list(REMOVE_ITEM inputs expected args)
+foreach(input ${inputs})
+  file(COPY ${CASE_DIR}/${input} DESTINATION ${run_dir})
+endforeach()
+file(GLOB_RECURSE inputs_after_copy RELATIVE ${run_dir} ${run_dir}/*)
+
+set(args "")
+if(EXISTS ${CASE_DIR}/args)
+  file(READ ${CASE_DIR}/args args_text)
+  string(STRIP "${args_text}" args_text)
+  separate_arguments(args UNIX_COMMAND "${args_text}")
+endif()
+
+execute_process(COMMAND ${VARO5} ${args}
+  WORKING_DIRECTORY ${run_dir}
+  OUTPUT_FILE ${out_dir}/stdout.txt
+  ERROR_FILE ${out_dir}/stderr.txt
+  RESULT_VARIABLE exit_code)
+file(WRITE ${out_dir}/exit_code.txt "${exit_code}\n")
+
+# Every file the run left beside its inputs is an output (a folder's files by their path).
+file(GLOB_RECURSE produced RELATIVE ${run_dir} ${run_dir}/*)
+foreach(file ${produced})
+  if(NOT file IN_LIST inputs_after_copy)
+    string(REPLACE "/" "__" flat ${file})
+    file(COPY_FILE ${run_dir}/${file} ${out_dir}/${flat})
+  endif()
+endforeach()
+
+set(update_flag "")
+if(UPDATE)
+  set(update_flag --update)
+endif()
+execute_process(COMMAND ${GOLDEN_DIFF} ${CASE_DIR}/expected ${out_dir} ${update_flag}
+  RESULT_VARIABLE diff_result)
+if(NOT diff_result EQUAL 0)
+  message(FATAL_ERROR "golden case ${CASE_DIR}: output differs from expected/")
+endif()

@@ -1,0 +1,104 @@
+// Compares the files a translator run produced with the expected ones, byte for byte.
+// The clock-dependent "#define MODELRUNID" line is masked on both sides. Reports the first
+// difference as file:line:col with both lines, carriage returns made visible.
+// Usage: golden_diff <expected dir> <actual dir> [--update]
+// With --update the expected folder is rewritten from the actual one.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+static std::string ReadAll(fs::path const& p) {
+    std::ifstream in(p, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+static std::set<std::string> FileNames(fs::path const& dir) {
+    std::set<std::string> names;
+    if (!fs::is_directory(dir)) return names;
+    for (auto const& e : fs::directory_iterator(dir))
+        if (e.is_regular_file()) names.insert(e.path().filename().string());
+    return names;
+}
+
+static std::vector<std::string> Lines(std::string const& text) {
+    std::vector<std::string> lines;
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t nl = text.find('\n', start);
+        size_t end = nl == std::string::npos ? text.size() : nl + 1;
+        lines.push_back(text.substr(start, end - start));
+        start = end;
+    }
+    return lines;
+}
+
+static std::string Masked(std::string line) {
+    static std::string const key = "#define MODELRUNID";
+    if (line.compare(0, key.size(), key) == 0) {
+        std::string tail = line.size() >= 2 && line[line.size() - 2] == '\r' ? "\r\n" : "\n";
+        if (line.back() != '\n') tail.clear();
+        return key + " <masked>" + tail;
+    }
+    return line;
+}
+
+static std::string Visible(std::string const& line) {
+    std::string out;
+    for (char c : line) {
+        if (c == '\r') out += "\\r";
+        else if (c == '\n') out += "\\n";
+        else out += c;
+    }
+    return out;
+}
+
+// Prints the first difference of two texts; returns whether they are equal.
+static bool SameText(std::string const& name, std::string const& want, std::string const& got) {
+    std::vector<std::string> a = Lines(want), b = Lines(got);
+    for (size_t i = 0; i < a.size() || i < b.size(); i++) {
+        std::string la = i < a.size() ? Masked(a[i]) : "<end of file>";
+        std::string lb = i < b.size() ? Masked(b[i]) : "<end of file>";
+        if (la == lb) continue;
+        size_t col = 0;
+        while (col < la.size() && col < lb.size() && la[col] == lb[col]) col++;
+        printf("%s:%zu:%zu: output differs\n  expected: %s\n  actual:   %s\n", name.c_str(),
+               i + 1, col + 1, Visible(la).c_str(), Visible(lb).c_str());
+        return false;
+    }
+    return true;
+}
+
+static int Update(fs::path const& expected, fs::path const& actual) {
+    fs::create_directories(expected);
+    for (std::string const& n : FileNames(expected))
+        if (!fs::exists(actual / n)) fs::remove(expected / n);
+    for (std::string const& n : FileNames(actual))
+        fs::copy_file(actual / n, expected / n, fs::copy_options::overwrite_existing);
+    printf("updated %s\n", expected.string().c_str());
+    return 0;
+}
+
+int main(int argc, char** argv) {
+    if (argc < 3) {
+        fprintf(stderr, "usage: golden_diff <expected dir> <actual dir> [--update]\n");
+        return 2;
+    }
+    fs::path expected = argv[1], actual = argv[2];
+    if (argc > 3 && std::string(argv[3]) == "--update") return Update(expected, actual);
+    std::set<std::string> want = FileNames(expected), got = FileNames(actual);
+    bool ok = true;
+    for (std::string const& n : want)
+        if (!got.count(n)) ok = (printf("%s: expected file was not produced\n", n.c_str()), false);
+    for (std::string const& n : got)
+        if (!want.count(n)) ok = (printf("%s: produced but not expected\n", n.c_str()), false);
+    for (std::string const& n : want)
+        if (got.count(n) && !SameText(n, ReadAll(expected / n), ReadAll(actual / n))) ok = false;
+    return ok ? 0 : 1;
+}
