@@ -5,8 +5,26 @@
 #include "expr/cnode.h"
 #include "expr/vstring.h"
 
+#include <set>
+#include <string>
+#include <vector>
+
 // Thrown (as a pointer) only by differentiation when a derivative can't be formed.
 class CException {
   public:
     virtual ~CException() = default;
 };
+
+// The shape of a tree as one line of text, for debug output and self-checks.
+std::string DumpTree(cn const& n);
+
+// Names defined in terms of themselves, filled by the dependency analysis of a model.
+// `FullyExpand` puts such a definition in only once when the set has entries.
+extern std::set<std::string> recursiveDeps;
+
+// 'expr' with every name of 'names' replaced by the parallel entry of 'exprs', repeatedly,
+// until nothing changes or 20 passes are done.
+N FullyExpand(cn expr, SV const& names, NV const& exprs);
+
+// The entries of 'nodes' that have kind 'type', in order; entries must not be empty.
+std::vector<cn> filter_nodes(NV const& nodes, CNodeType type);

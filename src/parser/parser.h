@@ -18,6 +18,7 @@ int seeChars(char const*& p, char const* s);
 int seeAssignOp(char const*& p);
 int seeWord(char const*& p, char const* w);
 int seeId(char const*& p, char* out);
+int seeName(char const*& p, String& out);
 int seeIdAllowFunnyChars(char const*& p, char* out);
 int seeStr(char const*& p, char* out);
 int seeNum(char const*& p, double& value, char* text);
@@ -33,3 +34,34 @@ void expect_assignment(char const*& p, char const* what);
 // include("name") clauses in front of a model or a trial script, each appended to
 // 'includes' as a `CN_FILE` node.
 void parsIncludes(char const*& p, NV& includes);
+
+extern SV DelayDists;
+
+void parsExpr(char const*& p, N& out, int allowAssign);
+void parsAssign(char const*& p, N& out, int allowAssign);
+void parsExprList(char const*& p, NV& out);
+bool seeLExpr(char const*& p, N& out);
+
+void parsUnits(char const*& p, N& out);
+void parsUnitExpr(char const*& p, N& out);
+void parsUnitProduct(char const*& p, N& out);
+void parsUnitPrim(char const*& p, N& out);
+
+// Counts the levels of nesting entered through it for as long as it lives, and refuses text
+// nested deeper than the stack of the parser and of the later walks over the tree can take.
+// A binary level enters once per operator, since each makes the tree one level deeper.
+class DepthGuard {
+  public:
+    DepthGuard() = default;
+
+    explicit DepthGuard(char const* p) { Enter(p); }
+
+    ~DepthGuard();
+    DepthGuard(DepthGuard const&) = delete;
+    DepthGuard& operator=(DepthGuard const&) = delete;
+
+    void Enter(char const* p);
+
+  private:
+    int entered = 0;
+};

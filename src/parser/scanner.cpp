@@ -24,19 +24,28 @@ char const* const saKnownStatement[] = {
 char const* const saKnownFunction[] = {
     "mean", "median", "delay", "peak", "min", "max", "abs", "fabs", "log", "ln", "exp", "sin",
     "cos", nullptr};
+
 // clang-format on
 
-static bool IsWhite(char c) { return c >= 1 && c <= 32; }
+static bool IsWhite(char c) {
+    return c >= 1 && c <= 32;
+}
 
-static bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+static bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 static bool IsLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c == '_' && bAllowUnderscore);
 }
 
-static bool IsWordChar(char c) { return IsLetter(c) || IsDigit(c); }
+static bool IsWordChar(char c) {
+    return IsLetter(c) || IsDigit(c);
+}
 
-static bool IsFunnyChar(char c) { return c && strchr("!$%&*+-./<=>?@^_", c); }
+static bool IsFunnyChar(char c) {
+    return c && strchr("!$%&*+-./<=>?@^_", c);
+}
 
 static void NewLine(char const* next) {
     iLine++;
@@ -64,7 +73,8 @@ char const* ScanWhite(char const*& p) {
         } else if (IsWhite(c)) {
             p++;
         } else if (c == '#' || (c == '/' && p[1] == '/')) {
-            while (*p && *p != '\n') p++;
+            while (*p && *p != '\n')
+                p++;
         } else if (c == '/' && p[1] == '*') {
             SkipBlockComment(p);
         } else {
@@ -126,9 +136,19 @@ int seeId(char const*& p, char* out) {
     ScanWhite(p);
     if (!IsLetter(*p)) return 0;
     char const* q = p + 1;
-    while (IsWordChar(*q)) q++;
+    while (IsWordChar(*q))
+        q++;
     if (!CopyOut(p, q, out)) return 0;
     p = q;
+    return 1;
+}
+
+// An identifier into a `String`. The buffer is static so that it is not on the stack of
+// every level of a deeply nested expression; the text is copied out at once.
+int seeName(char const*& p, String& out) {
+    static char id[NAME_BUF_SIZE];
+    if (!seeId(p, id)) return 0;
+    out = id;
     return 1;
 }
 
@@ -138,14 +158,16 @@ int seeIdAllowFunnyChars(char const*& p, char* out) {
     ScanWhite(p);
     char const* q = p;
     if (IsLetter(*q) || IsFunnyChar(*q)) {
-        while (IsWordChar(*q) || IsFunnyChar(*q)) q++;
+        while (IsWordChar(*q) || IsFunnyChar(*q))
+            q++;
         if (!CopyOut(p, q, out)) return 0;
         p = q;
         return 1;
     }
     if (*q != '"') return 0;
     q++;
-    while (*q && *q != '"' && *q != '\r' && *q != '\n') q++;
+    while (*q && *q != '"' && *q != '\r' && *q != '\n')
+        q++;
     if (*q != '"' || !CopyOut(p + 1, q, out)) return 0;
     p = q + 1;
     return 1;
@@ -156,14 +178,16 @@ int seeStr(char const*& p, char* out) {
     ScanWhite(p);
     if (*p != '"') return 0;
     char const* q = p + 1;
-    while (*q && *q != '"') q++;
+    while (*q && *q != '"')
+        q++;
     if (*q != '"' || !CopyOut(p + 1, q, out)) return 0;
     p = q + 1;
     return 1;
 }
 
 static char const* SkipDigits(char const* q) {
-    while (IsDigit(*q)) q++;
+    while (IsDigit(*q))
+        q++;
     return q;
 }
 
