@@ -1,0 +1,359 @@
+// The node class: what each constructor builds, deep and shallow copies, structural
+// equality, the whole-tree walks and the kind-name table.
+#include "expr/cnode.h"
+#include "varo5_test.h"
+
+#include <cmath>
+#include <functional>
+#include <set>
+#include <string>
+
+namespace {
+
+N Var(char const* name) {
+    return std::make_shared<CNode>(name);
+}
+
+N Num(double v) {
+    return std::make_shared<CNode>(v);
+}
+
+N Op(CNodeType t, N a, N b) {
+    return std::make_shared<CNode>(t, a, b);
+}
+
+void ExpectUntouchedFields(CNode const& n) {
+    EXPECT_FALSE(n.child1 || n.child2 || n.child3 || n.child4 || n.units);
+    EXPECT_FALSE(n.appendix || n.doseOption || n.extra);
+    EXPECT_TRUE(n.list.empty());
+    EXPECT_EQ(nullptr, n.pos.line);
+    EXPECT_EQ(nullptr, n.pos.start);
+    EXPECT_EQ(nullptr, n.pos.end);
+    EXPECT_EQ(-1, n.pos.iLine);
+    EXPECT_EQ(-1, n.iTemp1);
+    EXPECT_EQ(-1, n.iTemp2);
+    EXPECT_EQ(-1, n.iDelayTable);
+    EXPECT_EQ(-1, n.iPeakTable);
+}
+
+// A node that uses every kind of field: children, units, list (with an empty entry),
+// attachments, position and scratch numbers.
+N Rich(char const* text) {
+    N n = std::make_shared<CNode>(CN_DOSEPOINT, "A1", Var("x"), Op(CN_MUL, Num(2), Var("y")),
+                                  nullptr);
+    n->child4 = Num(4);
+    n->units = Var("mg");
+    n->list = {Var("a"), nullptr, Num(3)};
+    n->appendix = std::make_unique<CNodeAppendix>();
+    n->appendix->doafter = Op(CN_ASSIGN, Var("z"), Num(1));
+    n->doseOption = std::make_unique<CDoseVarOption>();
+    n->doseOption->idosevar = "D";
+    n->doseOption->split = 1;
+    n->extra = std::make_unique<CNodeExtra>();
+    n->extra->power = Num(1);
+    n->extra->ilink = "ilogit";
+    n->pos = Pos(text, text + 1, text + 3, 5);
+    n->iTemp1 = 11;
+    n->iTemp2 = 12;
+    n->iDelayTable = 13;
+    n->iPeakTable = 14;
+    return n;
+}
+
+} // namespace
+
+TEST_F(VaroTest, ConstructorsBuildTheAskedKind) {
+    N c = Num(1), d = Num(2), e = Num(3), f = Num(4);
+
+    struct {
+        char const* what;
+        CNode node;
+        CNodeType type;
+        char const* name;
+        double value;
+    } const cases[] = {
+        {"CNode()", CNode(), CN_NONE, "", 0.0},
+        {"CNode(\"x\")", CNode("x"), CN_VAR, "x", 0.0},
+        {"CNode(2.0)", CNode(2.0), CN_NUM, "", 2.0},
+        {"CNode(\"x\", 2.0)", CNode("x", 2.0), CN_NAMED_NUM, "x", 2.0},
+        {"CNode(kind)", CNode(CN_SUSPEND), CN_SUSPEND, "", 0.0},
+        {"CNode(kind, value)", CNode(CN_IWNDF, 3.5), CN_IWNDF, "", 3.5},
+        {"CNode(kind, name)", CNode(CN_CALL, "exp"), CN_CALL, "exp", 0.0},
+    };
+
+    for (auto const& k : cases) {
+        SCOPED_TRACE(k.what);
+        EXPECT_EQ(k.type, k.node.type);
+        EXPECT_STREQ(k.name, k.node.name);
+        EXPECT_EQ(k.value, k.node.value);
+        ExpectUntouchedFields(k.node);
+    }
+
+    // The child constructors share the given nodes.
+    CNode one(CN_NEG, c), two(CN_ADD, c, d), three(CN_COND, c, d, e), four(CN_TRANSIT, c, d, e, f);
+    CNode named(CN_PEAK, "P", c, d, e);
+    EXPECT_EQ(c, one.child1);
+    EXPECT_FALSE(one.child2);
+    EXPECT_TRUE(two.child1 == c && two.child2 == d && !two.child3);
+    EXPECT_TRUE(three.child1 == c && three.child2 == d && three.child3 == e && !three.child4);
+    EXPECT_TRUE(four.child1 == c && four.child2 == d && four.child3 == e && four.child4 == f);
+    EXPECT_EQ(CN_TRANSIT, four.type);
+    EXPECT_STREQ("P", named.name);
+    EXPECT_TRUE(named.child1 == c && named.child2 == d && named.child3 == e && !named.child4);
+    EXPECT_EQ(-1, named.iPeakTable);
+}
+
+TEST_F(VaroTest, DeepCopyCopiesEverythingIntoNewNodes) {
+    char const* text = "xABy";
+    N orig = Rich(text);
+    N copy = orig->Copy();
+    EXPECT_TRUE(orig->Equal(copy));
+    EXPECT_TRUE(copy->Equal(orig));
+
+    // New nodes and records all the way down.
+    EXPECT_NE(orig->child1, copy->child1);
+    EXPECT_NE(orig->child2->child2, copy->child2->child2);
+    EXPECT_NE(orig->units, copy->units);
+    EXPECT_STREQ("mg", copy->units->name);
+    EXPECT_NE(orig->appendix.get(), copy->appendix.get());
+    EXPECT_NE(orig->appendix->doafter, copy->appendix->doafter);
+    EXPECT_NE(orig->list[0], copy->list[0]);
+    ASSERT_EQ(3u, copy->list.size());
+    EXPECT_FALSE(copy->list[1]); // an empty entry stays empty
+    EXPECT_STREQ("D", copy->doseOption->idosevar);
+    EXPECT_EQ(1, copy->doseOption->split);
+    EXPECT_STREQ("ilogit", copy->extra->ilink);
+    EXPECT_FALSE(copy->extra->beta);
+    EXPECT_EQ(text + 1, copy->pos.start);
+    EXPECT_EQ(5, copy->pos.iLine);
+    EXPECT_EQ(11, copy->iTemp1);
+    EXPECT_EQ(12, copy->iTemp2);
+    EXPECT_EQ(13, copy->iDelayTable);
+    EXPECT_EQ(14, copy->iPeakTable);
+
+    // Changing the copy leaves the original as it was.
+    copy->child2->child2->name = "w";
+    copy->appendix->doafter->child2->value = 9;
+    copy->extra->power->value = 2;
+    copy->list[2]->value = 30;
+    EXPECT_STREQ("y", orig->child2->child2->name);
+    EXPECT_EQ(1.0, orig->appendix->doafter->child2->value);
+    EXPECT_EQ(1.0, orig->extra->power->value);
+    EXPECT_EQ(3.0, orig->list[2]->value);
+    EXPECT_FALSE(orig->Equal(copy));
+}
+
+TEST_F(VaroTest, AssignmentAndSwap) {
+    N rich = Rich("xABy");
+    CNode a(CN_NUM, 7.0);
+    a = *rich;
+    EXPECT_TRUE(a.Equal(rich));
+    EXPECT_NE(rich->child1, a.child1);
+    rich->child1->name = "changed";
+    EXPECT_STREQ("x", a.child1->name);
+
+    CNode b("v");
+    b.iTemp1 = 3;
+    a.swap(b);
+    EXPECT_EQ(CN_VAR, a.type);
+    EXPECT_STREQ("v", a.name);
+    EXPECT_EQ(3, a.iTemp1);
+    EXPECT_FALSE(a.appendix || a.extra || a.child1);
+    EXPECT_EQ(CN_DOSEPOINT, b.type);
+    EXPECT_STREQ("A1", b.name);
+    EXPECT_STREQ("D", b.doseOption->idosevar);
+    EXPECT_EQ(3u, b.list.size());
+    EXPECT_EQ(5, b.pos.iLine);
+    EXPECT_EQ(11, b.iTemp1);
+}
+
+TEST_F(VaroTest, ShallowCopyKeepsOnlyTheNodeItself) {
+    N add = Rich("xABy");
+    add->type = CN_ADD;
+    add->value = 1.5;
+    N s = add->ShallowCopy();
+    EXPECT_EQ(CN_ADD, s->type);
+    EXPECT_STREQ("A1", s->name);
+    EXPECT_EQ(1.5, s->value);
+    EXPECT_EQ(11, s->iTemp1);
+    EXPECT_EQ(12, s->iTemp2);
+    EXPECT_EQ(13, s->iDelayTable);
+    EXPECT_EQ(14, s->iPeakTable);
+    EXPECT_FALSE(s->child1 || s->child2 || s->child3 || s->child4 || s->units);
+    EXPECT_FALSE(s->appendix || s->doseOption || s->extra);
+    EXPECT_TRUE(s->list.empty());
+    EXPECT_EQ(nullptr, s->pos.start);
+}
+
+TEST_F(VaroTest, StructuralEquality) {
+    char const* text = "abcdef";
+
+    // Each case changes a copy of the rich node; 'equal' says whether it still matches.
+    struct {
+        char const* what;
+        std::function<void(CNode&)> change;
+        bool equal;
+    } const cases[] = {
+        {"unchanged", [](CNode&) {}, true},
+        {"pos", [&](CNode& n) { n.pos = Pos(text, text + 4, text + 5, 9); }, true},
+        {"units", [](CNode& n) { n.units = Var("h"); }, true},
+        {"scratch fields", [](CNode& n) { n.iTemp1 = n.iTemp2 = n.iDelayTable = 0; }, true},
+        {"type", [](CNode& n) { n.type = CN_DOSEPOINT2; }, false},
+        {"name", [](CNode& n) { n.name = "A2"; }, false},
+        {"value", [](CNode& n) { n.value = 1e-300; }, false},
+        {"child3 added", [](CNode& n) { n.child3 = Num(0); }, false},
+        {"child4 removed", [](CNode& n) { n.child4.reset(); }, false},
+        {"grandchild", [](CNode& n) { n.child2->child1 = Num(2.5); }, false},
+        {"list shorter", [](CNode& n) { n.list.pop_back(); }, false},
+        {"list order", [](CNode& n) { std::swap(n.list[0], n.list[2]); }, false},
+        {"empty list entry filled", [](CNode& n) { n.list[1] = Num(0); }, false},
+        {"appendix dropped", [](CNode& n) { n.appendix.reset(); }, false},
+        {"appendix block", [](CNode& n) { n.appendix->simulate = Num(1); }, false},
+        {"doseOption split", [](CNode& n) { n.doseOption->split = 0; }, false},
+        {"doseOption name", [](CNode& n) { n.doseOption->infratevar = "R"; }, false},
+        {"extra dropped", [](CNode& n) { n.extra.reset(); }, false},
+        {"extra ilink", [](CNode& n) { n.extra->ilink = "iprobit"; }, false},
+        {"extra noreset", [](CNode& n) { n.extra->noreset = 1; }, false},
+        {"extra zprob", [](CNode& n) { n.extra->zprobOrLinkp = Num(0); }, false},
+    };
+
+    N orig = Rich(text);
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.what);
+        N other = orig->Copy();
+        c.change(*other);
+        EXPECT_EQ(c.equal, orig->Equal(other));
+        EXPECT_EQ(c.equal, other->Equal(orig));
+    }
+
+    N nan1 = Num(NAN), nan2 = Num(NAN);
+    EXPECT_FALSE(nan1->Equal(nan2));
+    EXPECT_FALSE(nan1->Equal(nan1));
+    EXPECT_FALSE(Op(CN_ADD, Var("x"), Num(NAN))->Equal(Op(CN_ADD, Var("x"), Num(NAN))));
+    EXPECT_FALSE(orig->Equal(cn()));
+    EXPECT_FALSE(orig->Equal(N()));
+    EXPECT_TRUE(Var("x")->Equal(Var("x")));
+    EXPECT_FALSE(Var("x")->Equal(Var("X")));
+}
+
+TEST_F(VaroTest, RecordsCopyAndCompare) {
+    CSampleOption s;
+    s.sFile = "cov.csv";
+    s.iMode = 1;
+    auto v = std::make_unique<CSampleVarOption>();
+    v->sVar = "WT";
+    v->sColumn = "weight";
+    v->categories.push_back(std::make_unique<CSampleVarCategoryOption>());
+    v->categories[0]->sName = "light";
+    s.vars.push_back(std::move(v));
+
+    auto copy = s.Copy();
+    EXPECT_TRUE(s.Equal(copy.get()));
+    EXPECT_NE(s.vars[0].get(), copy->vars[0].get());
+    copy->vars[0]->categories[0]->sValue = "1";
+    EXPECT_FALSE(s.Equal(copy.get()));
+    EXPECT_STREQ("", s.vars[0]->categories[0]->sValue);
+    EXPECT_FALSE(s.Equal(nullptr));
+
+    CSampleOption other;
+    s.CopyTo(&other);
+    EXPECT_TRUE(other.Equal(&s));
+    other.iMode = 0;
+    EXPECT_FALSE(other.Equal(&s));
+}
+
+TEST_F(VaroTest, ClearTempAndInitBasics) {
+    N deep = Var("deep");
+    N c4 = Op(CN_ADD, deep, nullptr);
+    N inList = Op(CN_NEG, Var("l"), nullptr);
+    N root =
+        std::make_shared<CNode>(CN_TRANSIT, Var("a"), Op(CN_MUL, Var("b"), Num(1)), Var("c"), c4);
+    root->list = {inList, nullptr};
+    NV all = {root,
+              root->child1,
+              root->child2,
+              root->child2->child1,
+              root->child2->child2,
+              root->child3,
+              inList,
+              inList->child1,
+              c4,
+              deep};
+    for (N const& n : all)
+        n->iTemp1 = n->iTemp2 = 7;
+
+    root->ClearTemp1();
+    for (N const& n : all) {
+        bool underChild4 = (n == c4 || n == deep);
+        EXPECT_EQ(underChild4 ? 7 : -1, n->iTemp1) << saCNodeTypeName[n->type] << " " << n->name;
+        EXPECT_EQ(7, n->iTemp2);
+    }
+    root->ClearTemp2();
+    for (N const& n : all) {
+        bool underChild4 = (n == c4 || n == deep);
+        EXPECT_EQ(underChild4 ? 7 : -1, n->iTemp2) << saCNodeTypeName[n->type] << " " << n->name;
+    }
+
+    // InitBasics lets go of the attachments without freeing them.
+    N n = Rich("xABy");
+    CNodeAppendix* app = n->appendix.get();
+    CDoseVarOption* dose = n->doseOption.get();
+    CNodeExtra* extra = n->extra.get();
+    n->InitBasics();
+    EXPECT_FALSE(n->appendix || n->doseOption || n->extra || n->units);
+    EXPECT_EQ(-1, n->iTemp1);
+    EXPECT_EQ(-1, n->iTemp2);
+    EXPECT_EQ(-1, n->iDelayTable);
+    EXPECT_EQ(-1, n->iPeakTable);
+    EXPECT_TRUE(n->child1 && n->child4);
+    EXPECT_STREQ("D", dose->idosevar); // still alive
+    delete app;
+    delete dose;
+    delete extra;
+}
+
+TEST_F(VaroTest, CountNodes) {
+    N withList = std::make_shared<CNode>(CN_BLOCK);
+    withList->list = {Var("s")};
+    EXPECT_EQ(0, CountNodes(cn()));
+    EXPECT_EQ(1, CountNodes(Var("x")));
+    EXPECT_EQ(2, CountNodes(withList));
+    // 1 root + x + (mul, 2, y) + child4 + list (a, empty, 3); units and attachments don't count.
+    EXPECT_EQ(8, CountNodes(Rich("xABy")));
+    EXPECT_EQ(0, CountNodes(NV()));
+    EXPECT_EQ(4, CountNodes(NV{Var("a"), nullptr, Op(CN_SUB, Var("b"), Num(1))}));
+}
+
+TEST_F(VaroTest, KindNameTableIsInStepWithTheValues) {
+    struct {
+        CNodeType kind;
+        int value;
+        char const* name;
+    } const kinds[] = {
+        {CN_NONE, 0, "CN_NONE"},
+        {CN_VAR, 2, "CN_VAR"},
+        {CN_NUM, 4, "CN_NUM"},
+        {CN_POW, 11, "CN_POW"},
+        {CN_CALL, 31, "CN_CALL"},
+        {CN_DOSEPOINT, 39, "CN_DOSEPOINT"},
+        {CN_NAMED_NUM, 68, "CN_NAMED_NUM"},
+        {CN_DIST_MVT, 87, "CN_DIST_MVT"},
+        {CN_IF, 102, "CN_IF"},
+        {CN_PROC, 115, "CN_PROC"},
+        {CN_PROC_SUBJECT, 116, "CN_PROC_SUBJECT"},
+        {CN_UNIT_EXP, 125, "CN_UNIT_EXP"},
+        {CN_SAMPLE, 126, "CN_SAMPLE"},
+        {CN_GAMMADELAY, 127, "CN_GAMMADELAY"},
+    };
+
+    for (auto const& k : kinds) {
+        EXPECT_EQ(k.value, int(k.kind)) << k.name;
+        EXPECT_STREQ(k.name, saCNodeTypeName[k.value]);
+    }
+    std::set<std::string> seen;
+    for (int i = 0; i < CN_KIND_COUNT; i++) {
+        ASSERT_NE(nullptr, saCNodeTypeName[i]) << i;
+        EXPECT_EQ(0, std::string(saCNodeTypeName[i]).rfind("CN_", 0)) << i;
+        EXPECT_TRUE(seen.insert(saCNodeTypeName[i]).second) << saCNodeTypeName[i];
+    }
+}
