@@ -3,6 +3,8 @@
 # the program name, split like a shell would) and expected/, which lists every file the
 # run must produce: stdout.txt, stderr.txt, exit_code.txt and the files written.
 # Inputs are copied into a fresh run folder, which is also the current directory.
+cmake_minimum_required(VERSION 3.20) # for IN_LIST under cmake -P
+
 foreach(var VARO5 GOLDEN_DIFF CASE_DIR WORK_DIR)
   if(NOT DEFINED ${var})
     message(FATAL_ERROR "run_case.cmake needs -D${var}=...")
