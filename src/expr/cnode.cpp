@@ -15,7 +15,9 @@ char const* const saCNodeTypeName[CN_KIND_COUNT] = {
 #include "expr/cnode_kinds.def"
 #undef CN_KIND
 
-static N CopyOrEmpty(N const& n) { return n ? std::make_shared<CNode>(*n) : N(); }
+static N CopyOrEmpty(N const& n) {
+    return n ? std::make_shared<CNode>(*n) : N();
+}
 
 // Both empty, or both present and equal by the second tree's node.
 static bool SameNode(N const& a, N const& b) {
@@ -23,7 +25,8 @@ static bool SameNode(N const& a, N const& b) {
     return b->equal_impl(a.get());
 }
 
-template <class T> static bool SameRecord(std::unique_ptr<T> const& a, std::unique_ptr<T> const& b) {
+template <class T>
+static bool SameRecord(std::unique_ptr<T> const& a, std::unique_ptr<T> const& b) {
     if (!a || !b) return !a && !b;
     return a->Equal(b.get());
 }
@@ -71,12 +74,14 @@ std::unique_ptr<CNodeExtra> CNodeExtra::Copy() const {
 
 // The link name is compared both before and after the three expressions.
 bool CNodeExtra::Equal(CNodeExtra const* other) const {
-    return ilink == other->ilink && SameNode(beta, other->beta) &&
-           SameNode(power, other->power) && SameNode(zprobOrLinkp, other->zprobOrLinkp) &&
-           ilink == other->ilink && noreset == other->noreset;
+    return ilink == other->ilink && SameNode(beta, other->beta) && SameNode(power, other->power) &&
+           SameNode(zprobOrLinkp, other->zprobOrLinkp) && ilink == other->ilink &&
+           noreset == other->noreset;
 }
 
-void CDoseVarOption::CopyTo(CDoseVarOption* target) const { *target = *this; }
+void CDoseVarOption::CopyTo(CDoseVarOption* target) const {
+    *target = *this;
+}
 
 std::unique_ptr<CDoseVarOption> CDoseVarOption::Copy() const {
     return std::make_unique<CDoseVarOption>(*this);
@@ -115,7 +120,8 @@ void CSampleOption::CopyTo(CSampleOption* target) const {
     target->sFile = sFile;
     target->iMode = iMode;
     target->vars.clear();
-    for (auto const& v : vars) target->vars.push_back(v->Copy());
+    for (auto const& v : vars)
+        target->vars.push_back(v->Copy());
 }
 
 std::unique_ptr<CSampleOption> CSampleOption::Copy() const {
@@ -132,28 +138,43 @@ bool CSampleOption::Equal(CSampleOption const* other) const {
     return true;
 }
 
-CNode::CNode() { InitBasics(); }
+CNode::CNode() {
+    InitBasics();
+}
 
-CNode::CNode(char const* name_) : type(CN_VAR), name(name_) { InitBasics(); }
+CNode::CNode(char const* name_) : type(CN_VAR), name(name_) {
+    InitBasics();
+}
 
 CNode::CNode(char const* name_, double value_) : type(CN_NAMED_NUM), name(name_), value(value_) {
     InitBasics();
 }
 
-CNode::CNode(double value_) : type(CN_NUM), value(value_) { InitBasics(); }
+CNode::CNode(double value_) : type(CN_NUM), value(value_) {
+    InitBasics();
+}
 
-CNode::CNode(CNodeType type_) : type(type_) { InitBasics(); }
+CNode::CNode(CNodeType type_) : type(type_) {
+    InitBasics();
+}
 
-CNode::CNode(CNodeType type_, double value_) : type(type_), value(value_) { InitBasics(); }
+CNode::CNode(CNodeType type_, double value_) : type(type_), value(value_) {
+    InitBasics();
+}
 
-CNode::CNode(CNodeType type_, char const* name_) : type(type_), name(name_) { InitBasics(); }
+CNode::CNode(CNodeType type_, char const* name_) : type(type_), name(name_) {
+    InitBasics();
+}
 
-CNode::CNode(CNodeType type_, N c1) : type(type_), child1(c1) { InitBasics(); }
+CNode::CNode(CNodeType type_, N c1) : type(type_), child1(c1) {
+    InitBasics();
+}
 
-CNode::CNode(CNodeType type_, N c1, N c2) : type(type_), child1(c1), child2(c2) { InitBasics(); }
+CNode::CNode(CNodeType type_, N c1, N c2) : type(type_), child1(c1), child2(c2) {
+    InitBasics();
+}
 
-CNode::CNode(CNodeType type_, N c1, N c2, N c3)
-    : type(type_), child1(c1), child2(c2), child3(c3) {
+CNode::CNode(CNodeType type_, N c1, N c2, N c3) : type(type_), child1(c1), child2(c2), child3(c3) {
     InitBasics();
 }
 
@@ -178,7 +199,8 @@ CNode::CNode(CNode const& other)
     if (other.doseOption) doseOption = other.doseOption->Copy();
     if (other.extra) extra = other.extra->Copy();
     list.reserve(other.list.size());
-    for (N const& n : other.list) list.push_back(CopyOrEmpty(n));
+    for (N const& n : other.list)
+        list.push_back(CopyOrEmpty(n));
 }
 
 // The appendix is cleared first, then the attachments, the list and the children go.
@@ -226,7 +248,9 @@ void CNode::InitBasics() {
     extra.release();
 }
 
-N CNode::Copy() const { return std::make_shared<CNode>(*this); }
+N CNode::Copy() const {
+    return std::make_shared<CNode>(*this);
+}
 
 N CNode::ShallowCopy() const {
     N r = std::make_shared<CNode>(type);
@@ -239,7 +263,9 @@ N CNode::ShallowCopy() const {
     return r;
 }
 
-bool CNode::Equal(cn const& other) const { return other && other->equal_impl(this); }
+bool CNode::Equal(cn const& other) const {
+    return other && other->equal_impl(this);
+}
 
 // Structural equality; `units`, `pos` and the scratch fields take no part, and a NaN value
 // equals nothing, not even itself.
@@ -268,7 +294,8 @@ void CNode::AssertValid() const {
     AssertValidIfPresent(child2);
     AssertValidIfPresent(child3);
     AssertValidIfPresent(child4);
-    for (N const& n : list) AssertValidIfPresent(n);
+    for (N const& n : list)
+        AssertValidIfPresent(n);
 }
 
 // Through child1 to child3 and the list; a node that hangs only under child4 keeps its value.
@@ -296,6 +323,7 @@ int CountNodes(cn const& node) {
 
 int CountNodes(NV const& list) {
     int n = 0;
-    for (N const& e : list) n += CountNodes(e);
+    for (N const& e : list)
+        n += CountNodes(e);
     return n;
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 enum CNodeType : int32_t {
+
 #define CN_KIND(kind, value) kind = value,
 #include "expr/cnode_kinds.def"
 #undef CN_KIND
@@ -37,6 +38,8 @@ struct CNodeAppendix {
     void CopyTo(CNodeAppendix* target) const;
     std::unique_ptr<CNodeAppendix> Copy() const;
     bool Equal(CNodeAppendix const* other) const;
+    std::unique_ptr<CNodeAppendix> Subst(cn from, cn to, bool bAssignTarget) const;
+    std::unique_ptr<CNodeAppendix> ConverToUnifNormControlled() const;
 };
 
 // The options of a `count` statement.
@@ -134,6 +137,18 @@ class CNode {
 
     bool Equal(cn const& other) const;
     virtual bool equal_impl(CNode const* other) const;
+    virtual N ElimSubexpr(NV& exprs) const;
+
+    int CountContains(char const* name) const;
+    bool DeepContains(char const* name) const;
+    bool ContainsTopLevel(char const* name, CNodeType op) const;
+    bool IsConstant(SV const& consts) const;
+    N Subst(cn from, cn to, bool bAssignTarget) const;
+    N ConverToUnifNormControlled() const;
+
+    N Simp(int& iFail) const;
+    N ElevateSum() const;
+    N GetLog() const;
 
     void AssertValid() const;
     void ClearTemp1();

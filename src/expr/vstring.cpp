@@ -23,7 +23,9 @@ String::String() : s(CopyOf("", 0)) {}
 
 String::String(String const& other) : s(CopyOf(other.s, strlen(other.s))) {}
 
-String::String(String&& other) noexcept : s(other.s) { other.s = CopyOf("", 0); }
+String::String(String&& other) noexcept : s(other.s) {
+    other.s = CopyOf("", 0);
+}
 
 String::String(char const* text) : s(CopyOf(text ? text : "", text ? strlen(text) : 0)) {}
 
@@ -34,7 +36,9 @@ String::String(char const* begin, char const* end) {
     if (len) memcpy(s, begin, len);
 }
 
-String::~String() { free(s); }
+String::~String() {
+    free(s);
+}
 
 // The old array is freed here: nothing printed depends on keeping it.
 String& String::operator=(String const& other) {
@@ -66,7 +70,9 @@ String& String::operator+=(char const* text) {
     return *this;
 }
 
-String& String::operator+=(String const& other) { return *this += other.s; }
+String& String::operator+=(String const& other) {
+    return *this += other.s;
+}
 
 String& String::operator+=(char c) {
     char one[2] = {c, 0};
@@ -79,21 +85,37 @@ String String::operator+(char const* text) const {
     return r;
 }
 
-bool String::operator==(char const* t) const { return strcmp(s, t) == 0; }
+bool String::operator==(char const* t) const {
+    return strcmp(s, t) == 0;
+}
 
-bool String::operator!=(char const* t) const { return strcmp(s, t) != 0; }
+bool String::operator!=(char const* t) const {
+    return strcmp(s, t) != 0;
+}
 
-bool String::operator<(char const* t) const { return strcmp(s, t) < 0; }
+bool String::operator<(char const* t) const {
+    return strcmp(s, t) < 0;
+}
 
-bool String::operator>(char const* t) const { return strcmp(s, t) > 0; }
+bool String::operator>(char const* t) const {
+    return strcmp(s, t) > 0;
+}
 
-bool String::operator<=(char const* t) const { return strcmp(s, t) <= 0; }
+bool String::operator<=(char const* t) const {
+    return strcmp(s, t) <= 0;
+}
 
-bool String::operator>=(char const* t) const { return strcmp(s, t) >= 0; }
+bool String::operator>=(char const* t) const {
+    return strcmp(s, t) >= 0;
+}
 
-bool operator==(char const* a, String const& b) { return b == a; }
+bool operator==(char const* a, String const& b) {
+    return b == a;
+}
 
-bool operator!=(char const* a, String const& b) { return b != a; }
+bool operator!=(char const* a, String const& b) {
+    return b != a;
+}
 
 // First index of 'c' at or behind 'from' (a negative 'from' counts as 0); -1 if none.
 int String::Find(char c, int from) const {
@@ -116,6 +138,7 @@ int String::Find(char const* pattern, int from) const {
 // Removes leading blanks (character 32 only; tabs stay).
 void String::TrimLeft() {
     size_t n = 0;
-    while (s[n] == ' ') n++;
+    while (s[n] == ' ')
+        n++;
     if (n) memmove(s, s + n, strlen(s + n) + 1);
 }

@@ -26,14 +26,21 @@ class String {
     bool operator>(char const* t) const;
     bool operator<=(char const* t) const;
     bool operator>=(char const* t) const;
+
     bool operator==(String const& t) const { return *this == t.s; }
+
     bool operator!=(String const& t) const { return *this != t.s; }
+
     bool operator<(String const& t) const { return *this < t.s; }
+
     bool operator>(String const& t) const { return *this > t.s; }
+
     bool operator<=(String const& t) const { return *this <= t.s; }
+
     bool operator>=(String const& t) const { return *this >= t.s; }
 
     char& operator[](int i) { return s[i]; }
+
     char operator[](int i) const { return s[i]; }
 
     int Find(char c, int from) const;
