@@ -62,17 +62,20 @@ N ReadCohortFile(char const* path, NV& includes) {
     return N();
 }
 
-// The model grammar and the override blocks behind the includes come with their statements;
-// until then any text there is left over.
+// The include clauses, then one model. Override blocks behind the model are not read yet:
+// their text is left over, as anything else would be.
 N ReadModelFile(char const* path, NV& includes, int /*iReplace*/) {
     char const* p = ReadFile(path);
     SetErr(nullptr, 0, 0, 0, -1);
     bAllowNullOmegas = 0;
+    N model;
     try {
         parsIncludes(p, includes);
     } catch (SyntaxError const&) {
         return N();
     }
-    AtEndOfText(p);
-    return N();
+    parsModel(p, model);
+    if (IsErrorSet()) return N();
+    if (!AtEndOfText(p)) return N();
+    return model;
 }

@@ -4,6 +4,9 @@
 
 #include "expr/expr.h"
 
+#include <string>
+#include <vector>
+
 // Size of every buffer that receives an identifier, a string or the text of a number.
 // A longer word is not recognised: the test fails and the caller reports what it expected.
 constexpr int NAME_BUF_SIZE = 1024;
@@ -30,6 +33,28 @@ void expect_char(char const*& p, char c, char const* msg);
 void expect_id(char const*& p, char* out, char const* msg);
 void expect_assignment(char const*& p);
 void expect_assignment(char const*& p, char const* what);
+
+// Flags of the model being parsed, reset at the start of each model.
+extern int bBqlInModel;
+extern int bVCVFixefSeen;
+extern int bIWNDFSeen;
+extern int bUncertaintySeen;
+extern int bVCVRanefSeen;
+extern int bVCVRanchSeen;
+// Random effects that a zero omega turned off; grows through the run.
+extern std::vector<std::string> zeroRanefs;
+
+void parsModel(char const*& p, N& out);
+void parsStmt(char const*& p, N& out);
+
+// Statements that declare the state of the system.
+void parsDerivStmt(char const*& p, N& out);
+void parsUrineStmt(char const*& p, N& out);
+void parsTransitStmt(char const*& p, N& out);
+void parsDelayInfCptStmt(char const*& p, N& out);
+void parsDosepointStmt(char const*& p, N& out, CNodeType type);
+void parsCfMicroStmt(char const*& p, N& out, CNodeType type);
+void parsCfMacroStmt(char const*& p, N& out);
 
 // include("name") clauses in front of a model or a trial script, each appended to
 // 'includes' as a `CN_FILE` node.

@@ -1,0 +1,130 @@
+// The top of a model text: the model header, the statement dispatcher, blocks, and the
+// declaration statements double/real, dual_vars/real_vars. A failed statement is reported
+// once and parsing resumes at the next statement word.
+#include "analysis/analysis.h"
+#include "driver/driver.h"
+#include "parser/parser.h"
+
+int bBqlInModel = 0;
+int bVCVFixefSeen = 0;
+int bIWNDFSeen = 0;
+int bUncertaintySeen = 0;
+int bVCVRanefSeen = 0;
+int bVCVRanchSeen = 0;
+std::vector<std::string> zeroRanefs;
+
+static void parse_stmt_impl(char const*& p, N& out);
+
+// The uncertainty statement excludes the covariance statements, and vcvranef excludes
+// vcvranch; reports and answers true when the model breaks either rule.
+static bool HasIncompatibleUncertainty(char const* p) {
+    if (bUncertaintySeen && (bVCVRanefSeen || bVCVFixefSeen || bVCVRanchSeen || bIWNDFSeen)) {
+        SetErr(
+            "uncertainty statement is incompatible with vcvfixef, vcvranef, vcvranch statements.",
+            p, 0, 0, -1);
+        return true;
+    }
+    if (!bUncertaintySeen && bVCVRanefSeen && bVCVRanchSeen) {
+        SetErr("vcvranef and vcvranch are incompatible. Use one or the other.", p, 0, 0, -1);
+        return true;
+    }
+    return false;
+}
+
+// Catches the statement's syntax error, keeping what it built; then recovers.
+void parsStmt(char const*& p, N& out) {
+    try {
+        parse_stmt_impl(p, out);
+    } catch (SyntaxError const&) {
+    }
+    if (IsErrorSet()) scanOutOfStmt(p);
+}
+
+// block: "{" { stmt [";"] } "}"
+static void parsBlock(char const*& p, N& out) {
+    DepthGuard guard(p);
+    out = std::make_shared<CNode>(CN_BLOCK);
+    while (!seeChar(p, '}')) {
+        N stmt;
+        parsStmt(p, stmt);
+        if (IsErrorSet()) return;
+        if (stmt) out->list.push_back(stmt);
+        seeChar(p, ';');
+    }
+}
+
+// double ( { id [","] } ) and real ( ... ): variables declared as plain doubles
+static void parsDoubleDecl(char const*& p, N& out) {
+    String name;
+    expect_char(p, '(', "Expected: ( <names of double precision variables> )");
+    out = std::make_shared<CNode>(CN_DOUBLE_DECL);
+    while (*ScanWhite(p) && !seeChar(p, ')')) {
+        if (!seeName(p, name)) return;
+        out->list.push_back(std::make_shared<CNode>(name));
+        seeChar(p, ',');
+    }
+}
+
+// dual_vars ( { [","] id } ) and real_vars ( ... ): names forced to be, or not to be, dual.
+// Anything else inside the parentheses is refused (nothing would ever consume it).
+static void parsForceVars(char const*& p, std::set<std::string>& names) {
+    String name;
+    expect_char(p, '(', nullptr);
+    while (!seeChar(p, ')')) {
+        seeChar(p, ',');
+        if (!seeName(p, name)) syntax_err("Expected: ')'", p);
+        names.insert(std::string(name));
+    }
+}
+
+// One statement: the first statement word that matches decides; anything else is an
+// expression, which is how assignments enter a model.
+static void parse_stmt_impl(char const*& p, N& out) {
+    ScanWhite(p);
+    if (seeWord(p, "double") || seeWord(p, "real")) return parsDoubleDecl(p, out);
+    if (seeWord(p, "deriv")) return parsDerivStmt(p, out);
+    if (seeWord(p, "urinecpt")) return parsUrineStmt(p, out);
+    if (seeWord(p, "transit")) return parsTransitStmt(p, out);
+    if (seeWord(p, "delayInfCpt")) return parsDelayInfCptStmt(p, out);
+    if (seeWord(p, "dosepoint") || seeWord(p, "dosepoint1"))
+        return parsDosepointStmt(p, out, CN_DOSEPOINT);
+    if (seeWord(p, "dosepoint2")) return parsDosepointStmt(p, out, CN_DOSEPOINT2);
+    if (seeWord(p, "cfMacro1")) return parsCfMicroStmt(p, out, CN_CFMACRO1);
+    if (seeWord(p, "cfMacro2") || seeWord(p, "cfMacro")) return parsCfMacroStmt(p, out);
+    if (seeWord(p, "cfMicro")) return parsCfMicroStmt(p, out, CN_CFMICRO);
+    if (seeWord(p, "dual_vars")) return parsForceVars(p, force_dual);
+    if (seeWord(p, "real_vars")) return parsForceVars(p, force_real);
+    if (seeChar(p, '{')) return parsBlock(p, out);
+    parsExpr(p, out, 1);
+}
+
+// model: id "(" [ id { "," id } ] ")" stmt
+static void parse_model_impl(char const*& p, N& out) {
+    bBqlInModel = bUncertaintySeen = bVCVFixefSeen = bVCVRanefSeen = bVCVRanchSeen = 0;
+    bIWNDFSeen = 0;
+    String name;
+    ScanWhite(p);
+    if (!seeName(p, name)) syntax_err("Expected: <model name>", p);
+    expect_char(p, '(', "Expected: ( <model input parameters> )");
+    N header = std::make_shared<CNode>(CN_CALL, name);
+    for (int i = 0; !seeChar(p, ')'); i++) {
+        if (i > 0) expect_char(p, ',', "Expected: ','");
+        if (!seeName(p, name)) syntax_err("Expected: variable", p);
+        header->list.push_back(std::make_shared<CNode>(name));
+    }
+    N body;
+    parsStmt(p, body);
+    if (IsErrorSet()) return;
+    if (HasIncompatibleUncertainty(p)) return;
+    out = std::make_shared<CNode>(CN_MODEL, header, body);
+    for (std::string const& ranef : zeroRanefs)
+        body->list.push_back(std::make_shared<CNode>(
+            CN_ASSIGN, std::make_shared<CNode>(ranef.c_str()), std::make_shared<CNode>(0.0)));
+}
+
+void parsModel(char const*& p, N& out) {
+    try {
+        parse_model_impl(p, out);
+    } catch (SyntaxError const&) {
+    }
+}
