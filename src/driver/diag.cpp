@@ -23,9 +23,13 @@ std::string Pos::get_str() const {
     return std::string(start, end && end > start ? end : start);
 }
 
-Pos get_pos(char const* start, char const* end) { return Pos(currentLine, start, end, iLine); }
+Pos get_pos(char const* start, char const* end) {
+    return Pos(currentLine, start, end, iLine);
+}
 
-bool IsErrorSet() { return sErr != nullptr; }
+bool IsErrorSet() {
+    return sErr != nullptr;
+}
 
 // Prints the span itself when the position lies before the known line start: the source
 // line can't be found from there. Printed literally, never as a format, so a '%' in the
@@ -53,9 +57,11 @@ static void EchoLineWithCarets(char const* line, char const* start, char const* 
         }
     }
     fputc('\n', stderr);
-    for (int i = 0; i < caretCol; i++) fputc(' ', stderr);
+    for (int i = 0; i < caretCol; i++)
+        fputc(' ', stderr);
     long carets = end ? long(end - start) : 1;
-    for (long i = 0; i < carets; i++) fputc('^', stderr);
+    for (long i = 0; i < carets; i++)
+        fputc('^', stderr);
     fputc('\n', stderr);
 }
 
@@ -82,7 +88,9 @@ void syntax_err(char const* msg, char const* pos) {
     throw SyntaxError(msg, p);
 }
 
-void syntax_err() { throw SyntaxError(); }
+void syntax_err() {
+    throw SyntaxError();
+}
 
 ErrPos::ErrPos(Pos const& p) : pos(p), where(Whole) {}
 
@@ -97,7 +105,9 @@ ErrPos::~ErrPos() {
     }
 }
 
-ErrPos err_pos(Pos const& pos) { return ErrPos(pos, ErrPos::Whole); }
+ErrPos err_pos(Pos const& pos) {
+    return ErrPos(pos, ErrPos::Whole);
+}
 
 ErrPos err_pos(Pos const& pos, bool atStart) {
     return ErrPos(pos, atStart ? ErrPos::AtStart : ErrPos::AtEnd);
@@ -109,7 +119,9 @@ std::ostream& Warning() {
     return log;
 }
 
-void ClearWarnings() { remove(WarningFname); }
+void ClearWarnings() {
+    remove(WarningFname);
+}
 
 bool WarnOfPossibleMisspelling1(char const* word, char const* known) {
     if (strcmp(word, known) == 0 || strcasecmp(word, known) != 0) return false;

@@ -21,8 +21,10 @@ struct Pos {
     int iLine = -1;
 
     Pos() = default;
+
     Pos(char const* line_, char const* start_, char const* end_, int iLine_)
         : line(line_), start(start_), end(end_), iLine(iLine_) {}
+
     std::string get_str() const;
 };
 
@@ -36,6 +38,7 @@ struct SyntaxError {
     std::string msg;
     Pos pos;
     SyntaxError() = default;
+
     SyntaxError(std::string m, Pos p) : msg(std::move(m)), pos(p) {}
 };
 
@@ -43,6 +46,7 @@ struct SyntaxError {
 struct syntax_error {
     std::string msg;
     char const* pos = nullptr;
+
     syntax_error(std::string m, char const* p) : msg(std::move(m)), pos(p) {}
 };
 
@@ -50,6 +54,7 @@ struct syntax_error {
 struct semantic_error {
     std::string msg;
     char const* pos = nullptr;
+
     semantic_error(std::string m, char const* p) : msg(std::move(m)), pos(p) {}
 };
 
@@ -61,6 +66,7 @@ struct semantic_error {
 class ErrPos : public std::ostringstream {
   public:
     enum Where { AtStart = 0, AtEnd = 1, Whole = 2 };
+
     explicit ErrPos(Pos const& pos);
     ErrPos(Pos const& pos, Where where);
     ErrPos(ErrPos const&) = delete;

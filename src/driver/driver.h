@@ -49,6 +49,7 @@ namespace MD5 {
 struct Digest {
     uint32_t a, b, c, d;
 };
+
 Digest md5_text(char const* text);
 Digest md5_file(char const* path);
 } // namespace MD5

@@ -11,7 +11,8 @@ bool ltcholCol(int n, double const* A, double* L) {
     for (int c = 0; c < n; c++) {
         for (int r = c; r < n; r++) {
             double x = A[c * n + r];
-            for (int k = 0; k < c; k++) x -= L[k * n + r] * L[k * n + c];
+            for (int k = 0; k < c; k++)
+                x -= L[k * n + r] * L[k * n + c];
             if (r == c) {
                 if (!(x > 0)) return false;
                 L[c * n + c] = sqrt(x);

@@ -11,6 +11,7 @@ char const* const saCReserved[] = {
     "const", "int", "long", "short", "char", "double", "signed", "unsigned", "enum", "struct",
     "bool", "static", "private", "public", "protected", "if", "else", "for", "while", "do",
     "break", "continue", "switch", "default", "case", "goto", "return", "true", "false", nullptr};
+
 // clang-format on
 
 // "context$name", or the bare name for an empty context. The result lives until the next
@@ -48,7 +49,9 @@ static void EliminateDuplicatesImpl(SV& list, std::vector<unsigned short>* a,
     }
 }
 
-void EliminateDuplicates(SV& list) { EliminateDuplicatesImpl(list, nullptr, nullptr); }
+void EliminateDuplicates(SV& list) {
+    EliminateDuplicatesImpl(list, nullptr, nullptr);
+}
 
 void EliminateDuplicates(SV& list, std::vector<unsigned short>& a) {
     EliminateDuplicatesImpl(list, &a, nullptr);
@@ -64,18 +67,26 @@ bool is_reserved(char const* name) {
     return false;
 }
 
-bool is_var_dual(char const* name) { return dual_vars.count(name) > 0; }
+bool is_var_dual(char const* name) {
+    return dual_vars.count(name) > 0;
+}
 
-bool is_var_dual_fixef(char const* name) { return dual_vars_fixef.count(name) > 0; }
+bool is_var_dual_fixef(char const* name) {
+    return dual_vars_fixef.count(name) > 0;
+}
 
-bool is_var_dual_ranef(char const* name) { return dual_vars_ranxef.count(name) > 0; }
+bool is_var_dual_ranef(char const* name) {
+    return dual_vars_ranxef.count(name) > 0;
+}
 
-bool is_cfm(char const* name) { return !nothing_is_cfm && cfs.count(name) > 0; }
+bool is_cfm(char const* name) {
+    return !nothing_is_cfm && cfs.count(name) > 0;
+}
 
 // Prints the head of one branch of a generated name-dispatch routine:
 //     if (_nm[0] == 'V' && strcmp(_nm, "V") == 0)
 //     {
 void if_statement(FILE* f, char const* name, bool bNewLine) {
-    fprintf(f, "%s    if (_nm[0] == '%c' && strcmp(_nm, \"%s\") == 0)\n    {\n", bNewLine ? "\n" : "",
-            name[0], name);
+    fprintf(f, "%s    if (_nm[0] == '%c' && strcmp(_nm, \"%s\") == 0)\n    {\n",
+            bNewLine ? "\n" : "", name[0], name);
 }

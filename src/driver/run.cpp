@@ -15,8 +15,9 @@ char const* VARO_version = "26.3.2.2";
 char fmtbuf[1024];
 
 void usage() {
-    fprintf(stderr, "%s",
-            "\n    Usage:\n    VARO5 [flags] <model file> [<output dir>]\n    flags (case insensitive):\n        /T  gen trial simulation\n        /I  special call to get fixed effects, etc\n        /R  override model text\n        /L  model generates LL values\n        /gradientlimit <1-5>  set level of acceptable model complexity for gradient processing\n                              1 is the least complex, 4 is the most complex, 5 is unlimited\n                              default value is 1\n                              note that there are internal limitations that cannot be exceeded with any level\n");
+    fprintf(
+        stderr, "%s",
+        "\n    Usage:\n    VARO5 [flags] <model file> [<output dir>]\n    flags (case insensitive):\n        /T  gen trial simulation\n        /I  special call to get fixed effects, etc\n        /R  override model text\n        /L  model generates LL values\n        /gradientlimit <1-5>  set level of acceptable model complexity for gradient processing\n                              1 is the least complex, 4 is the most complex, 5 is unlimited\n                              default value is 1\n                              note that there are internal limitations that cannot be exceeded with any level\n");
 }
 
 // Trial scripts beat override rewriting, which beats model information; the model code

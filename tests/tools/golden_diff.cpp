@@ -52,9 +52,12 @@ static std::string Masked(std::string line) {
 static std::string Visible(std::string const& line) {
     std::string out;
     for (char c : line) {
-        if (c == '\r') out += "\\r";
-        else if (c == '\n') out += "\\n";
-        else out += c;
+        if (c == '\r')
+            out += "\\r";
+        else if (c == '\n')
+            out += "\\n";
+        else
+            out += c;
     }
     return out;
 }
@@ -67,9 +70,10 @@ static bool SameText(std::string const& name, std::string const& want, std::stri
         std::string lb = i < b.size() ? Masked(b[i]) : "<end of file>";
         if (la == lb) continue;
         size_t col = 0;
-        while (col < la.size() && col < lb.size() && la[col] == lb[col]) col++;
-        printf("%s:%zu:%zu: output differs\n  expected: %s\n  actual:   %s\n", name.c_str(),
-               i + 1, col + 1, Visible(la).c_str(), Visible(lb).c_str());
+        while (col < la.size() && col < lb.size() && la[col] == lb[col])
+            col++;
+        printf("%s:%zu:%zu: output differs\n  expected: %s\n  actual:   %s\n", name.c_str(), i + 1,
+               col + 1, Visible(la).c_str(), Visible(lb).c_str());
         return false;
     }
     return true;
