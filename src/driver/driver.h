@@ -24,6 +24,8 @@ extern char fmtbuf[1024];
 extern int bAllowNullOmegas;
 
 int doit();
+// Prints the results of the built-in self-checks on standard output.
+void RunSelfChecks();
 void usage();
 char* ReadFile(char const* path);
 N ReadModelFile(char const* path, NV& includes, int iReplace);

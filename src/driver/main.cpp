@@ -72,7 +72,10 @@ int main(int argc, char** argv) {
     iGenModelTypes = 0;
     bool bVersion = false;
     int i = ReadFlags(argc, argv, bVersion);
-    if (bTestMode) return 0;
+    if (bTestMode) {
+        RunSelfChecks();
+        return 0;
+    }
     if (iGenModelTypes == 0) iGenModelTypes = 2;
     if (i < argc) return RunOnFiles(argc, argv, i);
     if (bVersion) return 0;
