@@ -92,6 +92,7 @@ static void parse_stmt_impl(char const*& p, N& out) {
     if (seeWord(p, "cfMacro1")) return parsCfMicroStmt(p, out, CN_CFMACRO1);
     if (seeWord(p, "cfMacro2") || seeWord(p, "cfMacro")) return parsCfMacroStmt(p, out);
     if (seeWord(p, "cfMicro")) return parsCfMicroStmt(p, out, CN_CFMICRO);
+    if (seeWord(p, "sequence")) return parsSequence(p, out);
     if (seeWord(p, "dual_vars")) return parsForceVars(p, force_dual);
     if (seeWord(p, "real_vars")) return parsForceVars(p, force_real);
     if (seeChar(p, '{')) return parsBlock(p, out);

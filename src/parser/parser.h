@@ -56,6 +56,12 @@ void parsDosepointStmt(char const*& p, N& out, CNodeType type);
 void parsCfMicroStmt(char const*& p, N& out, CNodeType type);
 void parsCfMacroStmt(char const*& p, N& out);
 
+// Action code.
+void parsSequenceStmt(char const*& p, N& out, int allowSleep);
+void parsSequence(char const*& p, N& out);
+void parsHookAction(char const*& p, N& out);
+void parsAppendix(char const*& p, N node, int allowSimulate);
+
 // include("name") clauses in front of a model or a trial script, each appended to
 // 'includes' as a `CN_FILE` node.
 void parsIncludes(char const*& p, NV& includes);
