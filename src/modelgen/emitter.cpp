@@ -380,16 +380,22 @@ static void GenOptional(N const& n, NodeVisitor* v, char const* absent) {
         v->put_str(absent, "%s");
 }
 
-// _delayTable_0.delayFunc(t, x, double(tau), double(shape), 100, DelayDistType::Gamma)
-static void GenDelay(cn const& n, NodeVisitor* v) {
-    v->put_int(n->iDelayTable, "_delayTable_%d.delayFunc(t, ");
-    GenCimpl(n->child1, v, false);
+// The common end of a delay call: ", double(tau), double(shape), 100, DelayDistType::Gamma)".
+// The distribution is named by the fourth child.
+static void GenDelayArguments(cn const& n, NodeVisitor* v) {
     v->put_str(", double(", "%s");
     GenCimpl(n->child2, v, false);
     v->put_str("), double(", "%s");
     GenOptional(n->child3, v, "1");
     v->put_dbl(100, "), %g");
     v->put_str(GenerateDistType(n->child4 ? n->child4->name : String()), ", %s)");
+}
+
+// _delayTable_0.delayFunc(t, x, double(tau), double(shape), 100, DelayDistType::Gamma)
+static void GenDelay(cn const& n, NodeVisitor* v) {
+    v->put_int(n->iDelayTable, "_delayTable_%d.delayFunc(t, ");
+    GenCimpl(n->child1, v, false);
+    GenDelayArguments(n, v);
 }
 
 static N ListEntry(cn const& n, size_t i) {
@@ -407,12 +413,7 @@ static void GenDelayInfCpt(cn const& n, NodeVisitor* v) {
         GenCimpl(in, v, false);
         v->put_str(")", "%s");
     }
-    v->put_str(", double(", "%s");
-    GenCimpl(n->child2, v, false);
-    v->put_str("), double(", "%s");
-    GenOptional(n->child3, v, "1");
-    v->put_dbl(100, "), %g");
-    v->put_str(GenerateDistType(n->child4 ? n->child4->name : String()), ", %s)");
+    GenDelayArguments(n, v);
     if (N out = ListEntry(n, 1)) {
         v->put_str(" - (", "%s");
         GenCimpl(out, v, false);
