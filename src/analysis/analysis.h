@@ -1,9 +1,14 @@
-// Public header of the model analysis: the process-wide name sets that decide which
-// variables are carried as dual numbers and which are closed-form outputs.
+// Public header of the model analysis: the walkers that flatten the statement tree into
+// name lists, the dependency chains between names, and the process-wide name sets that
+// decide which variables are carried as dual numbers and which are closed-form outputs.
 #pragma once
 
+#include "expr/expr.h"
+
+#include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 extern std::set<std::string> force_dual;
 extern std::set<std::string> force_real;
@@ -11,5 +16,91 @@ extern std::set<std::string> dual_vars;
 extern std::set<std::string> dual_vars_fixef;
 extern std::set<std::string> dual_vars_ranxef;
 extern std::set<std::string> cfs;
-extern std::set<std::string> macros;
+// Macros the generated text defines for model variables, in the order of defining.
+extern std::vector<std::string> macros;
 extern bool nothing_is_cfm;
+
+// ---- Walkers (walkers.cpp) -------------------------------------------------------------------
+// Each appends to the caller's vectors in source order; a name already present is not added
+// again (except by CollectInitialDoseVars), and parallel vectors grow only with their name.
+
+// Every variable used under a node, with the number of its uses in 'counts'.
+void CollectVars(cn const& node, SV& names, std::vector<int>& counts);
+void CollectVars(cn const& node, SV& names);
+void CollectVars(CNodeAppendix const* appendix, SV& names, std::vector<int>& counts);
+void CollectVars(CDoseVarOption const* option, SV& names, std::vector<int>& counts);
+void CollectVars(CNodeExtra const* extra, SV& names, std::vector<int>& counts);
+
+// State variables by kind of statement.
+void CollectDerivVars(cn const& node, SV& names);
+void CollectUrineVars(cn const& node, SV& names);
+void CollectTransitVars(cn const& node, SV& names);
+void CollectTransit2Vars(cn const& node, SV& names);
+void CollectIntegVars(cn const& node, SV& names);
+void CollectEventVars(cn const& node, SV& names);
+
+// Dose points, with the split flag of a dosepoint beside its name.
+void CollectDosepoints1(cn const& node, SV& names, std::vector<unsigned short>& split);
+void CollectDosepoints2(cn const& node, SV& names);
+void CollectInitialDoseVars(cn const& node, SV& names);
+
+// Closed forms: each compartment with its depot (cfMicro, cfMacro1) or its first argument
+// (cfMacro), an empty text where there is none.
+void CollectCFMacroVars(cn const& node, SV& names, SV& depots);
+void CollectCFMacro2Vars(cn const& node, SV& names, SV& firsts);
+
+// Observed variables: responses with their kind word, observations with their bql flags.
+void CollectResponses(cn const& node, SV& names, SV& kinds);
+void CollectObservations(cn const& node, SV& names, std::vector<unsigned short>& bql);
+
+// Data columns: 'flags' 1 for a name written with "()", 'kinds' 0 covariate, 1 fcovariate,
+// 2 interpolate.
+void CollectCovariates(cn const& node, SV& names, std::vector<unsigned short>& flags,
+                       std::vector<unsigned short>& kinds);
+void CollectInterpolateVars(cn const& node, SV& names);
+void CollectDoubles(cn const& node, SV& names);
+
+// Left sides of group, stparm and secondary statements.
+void CollectGroup(cn const& node, SV& names);
+void CollectStruct(cn const& node, SV& names);
+void CollectSecondary(cn const& node, SV& names);
+
+// Random effects of ranef1 to ranef5 statements.
+void CollectRanef1(cn const& node, SV& names);
+void CollectRanef2(cn const& node, SV& names);
+void CollectRanef3(cn const& node, SV& names);
+void CollectRanef4(cn const& node, SV& names);
+void CollectRanef5(cn const& node, SV& names);
+
+// Covariates whose mean or median the model reads, also inside action blocks.
+void CollectCVMean(cn const& node, SV& names);
+void CollectCVMean(CNodeAppendix const* appendix, SV& names);
+void CollectCVMedian(cn const& node, SV& names);
+void CollectCVMedian(CNodeAppendix const* appendix, SV& names);
+
+// Names that a statement sets to the number 0, and all names that statements define.
+void CollectConst(cn const& node, SV& names);
+void CollectAssigned(cn const& node, SV& names);
+
+// Number the peak and delay nodes in tree order. 'count' runs on from its value; delays and
+// delayInfCpt statements share one counter. 'nodes' gets the delayed node, 'hist' its history.
+void CountSetPeak(N const& node, int& count, NV& out);
+void CountSetDelay(N const& node, int& count, NV& nodes, NV& hist);
+void CountSetTransit2(N const& node, int& count, NV& nodes, NV& hist);
+
+// ---- Dependency chains (chains.cpp) ----------------------------------------------------------
+// Filled by CollectDependencyChains, kept for the whole run. `recursiveDeps` is declared in
+// expr/expr.h, since the expression engine reads it.
+
+// For a name: everything it depends on, directly or not.
+extern std::map<std::string, std::set<std::string>> fwdDeps;
+// For a name: everything that depends on it, directly or not.
+extern std::map<std::string, std::set<std::string>> invDeps;
+// Names of the statements that define the model's outputs; "" stands for a sequence.
+extern std::set<std::string> usedChainStarters;
+// Everything that the chain starters need.
+extern std::set<std::string> usedVars;
+
+void CollectDependencyChains(N const& body);
+void CollectDependentParams(SV const& names, SV const& starters, SV& out);
+void CollectUsedVars(SV const& starts, SV& used);

@@ -7,7 +7,7 @@ std::set<std::string> dual_vars;
 std::set<std::string> dual_vars_fixef;
 std::set<std::string> dual_vars_ranxef;
 std::set<std::string> cfs;
-std::set<std::string> macros;
+std::vector<std::string> macros;
 
 // Set only while an expression is printed as a name, so closed-form names print plainly.
 bool nothing_is_cfm = false;

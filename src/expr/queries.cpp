@@ -7,8 +7,6 @@
 #include <cassert>
 #include <cstdio>
 
-std::set<std::string> recursiveDeps;
-
 std::vector<cn> filter_nodes(NV const& nodes, CNodeType type) {
     std::vector<cn> out;
     for (N const& n : nodes) {
