@@ -31,11 +31,16 @@ build-asan: setup
 	cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DVARO5_SANITIZE=ON
 	cmake --build $(ASAN_DIR) -j $(JOBS)
 
+DEMO_MODEL ?= examples/pk_oral.mdl
+DEMO_OUT   ?= demo-out
+
 demo: build
 	@echo
 	@$(BUILD_DIR)/VARO5 /v
-	@echo "The translator is $(BUILD_DIR)/VARO5. Run without arguments, it prints its usage:"
-	-@$(BUILD_DIR)/VARO5
+	@mkdir -p $(DEMO_OUT)
+	$(BUILD_DIR)/VARO5 $(DEMO_MODEL) $(DEMO_OUT)
+	@echo
+	@echo "Translated $(DEMO_MODEL): the generated files are $(DEMO_OUT)/Model.h and $(DEMO_OUT)/Model.cpp"
 
 test: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)

@@ -104,3 +104,6 @@ extern std::set<std::string> usedVars;
 void CollectDependencyChains(N const& body);
 void CollectDependentParams(SV const& names, SV const& starters, SV& out);
 void CollectUsedVars(SV const& starts, SV& used);
+
+// Whether a name of dual_vars occurs in the tree, as CountContains sees it (dual.cpp).
+bool has_dual_vars(cn const& node);

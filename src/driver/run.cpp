@@ -1,6 +1,7 @@
 // The run settings of the command line, the usage text, and `doit`, which picks the one
 // road of this run: trial program, override rewrite, model information, or model code.
 #include "driver/driver.h"
+#include "modelgen/gencode.h"
 
 String sInFile;
 String sOutDir;
@@ -20,6 +21,12 @@ void usage() {
         "\n    Usage:\n    VARO5 [flags] <model file> [<output dir>]\n    flags (case insensitive):\n        /T  gen trial simulation\n        /I  special call to get fixed effects, etc\n        /R  override model text\n        /L  model generates LL values\n        /gradientlimit <1-5>  set level of acceptable model complexity for gradient processing\n                              1 is the least complex, 4 is the most complex, 5 is unlimited\n                              default value is 1\n                              note that there are internal limitations that cannot be exceeded with any level\n");
 }
 
+// "<out dir>/<file>"; built in a string of its own rather than the shared buffer, so a long
+// directory is never cut.
+static std::string OutputPath(char const* file) {
+    return std::string(sOutDir) + '/' + file;
+}
+
 // Trial scripts beat override rewriting, which beats model information; the model code
 // generator is the default road.
 int doit() {
@@ -36,5 +43,9 @@ int doit() {
     if (bFatalError) return 1;
     if (!model) return 0;
     model->AssertValid();
+    if (bGetTextModelInfo) return 0; // the model information file comes with its generator
+    std::string hPath = OutputPath("Model.h"), cppPath = OutputPath("Model.cpp");
+    CGenCode gen(model);
+    gen.GenOrbxDLL(sInFile, hPath.c_str(), cppPath.c_str(), iGenModelTypes, includes);
     return 0;
 }

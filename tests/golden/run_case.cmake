@@ -46,6 +46,21 @@ foreach(file ${produced})
   endif()
 endforeach()
 
+# Every generated Model.cpp must compile against the engine-interface headers.
+if(DEFINED CXX AND DEFINED ENGINE_DIR)
+  file(GLOB_RECURSE generated_sources ${run_dir}/Model.cpp)
+  foreach(source ${generated_sources})
+    get_filename_component(source_dir ${source} DIRECTORY)
+    execute_process(COMMAND ${CXX} -std=c++17 -fsyntax-only -I${ENGINE_DIR} -I${source_dir}
+        ${source}
+      RESULT_VARIABLE compile_result
+      ERROR_VARIABLE compile_errors)
+    if(NOT compile_result EQUAL 0)
+      message(FATAL_ERROR "generated ${source} does not compile:\n${compile_errors}")
+    endif()
+  endforeach()
+endif()
+
 set(update_flag "")
 if(UPDATE)
   set(update_flag --update)

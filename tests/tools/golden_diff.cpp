@@ -2,7 +2,9 @@
 // The clock-dependent "#define MODELRUNID" line is masked on both sides. Reports the first
 // difference as file:line:col with both lines, carriage returns made visible.
 // Usage: golden_diff <expected dir> <actual dir> [--update]
-// With --update the expected folder is rewritten from the actual one.
+// With --update the expected folder is rewritten from the actual one. An expected file
+// "snapshot.txt" names, one a line, the files whose expected text was taken from an earlier run
+// rather than written by hand: regression guards, reported as such when they differ.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -19,11 +21,22 @@ static std::string ReadAll(fs::path const& p) {
     return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
+static char const* const SNAPSHOT_LIST = "snapshot.txt";
+
 static std::set<std::string> FileNames(fs::path const& dir) {
     std::set<std::string> names;
     if (!fs::is_directory(dir)) return names;
     for (auto const& e : fs::directory_iterator(dir))
         if (e.is_regular_file()) names.insert(e.path().filename().string());
+    names.erase(SNAPSHOT_LIST);
+    return names;
+}
+
+static std::set<std::string> SnapshotNames(fs::path const& dir) {
+    std::set<std::string> names;
+    std::ifstream in(dir / SNAPSHOT_LIST);
+    for (std::string line; std::getline(in, line);)
+        if (!line.empty()) names.insert(line);
     return names;
 }
 
@@ -102,7 +115,14 @@ int main(int argc, char** argv) {
         if (!got.count(n)) ok = (printf("%s: expected file was not produced\n", n.c_str()), false);
     for (std::string const& n : got)
         if (!want.count(n)) ok = (printf("%s: produced but not expected\n", n.c_str()), false);
-    for (std::string const& n : want)
-        if (got.count(n) && !SameText(n, ReadAll(expected / n), ReadAll(actual / n))) ok = false;
+    std::set<std::string> snapshots = SnapshotNames(expected);
+    for (std::string const& n : want) {
+        if (!got.count(n) || SameText(n, ReadAll(expected / n), ReadAll(actual / n))) continue;
+        ok = false;
+        if (snapshots.count(n))
+            printf("%s is a regression snapshot: review the change, then rewrite it with "
+                   "-DUPDATE_GOLDEN=ON\n",
+                   n.c_str());
+    }
     return ok ? 0 : 1;
 }

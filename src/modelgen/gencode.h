@@ -1,0 +1,119 @@
+// The model code generator: the name lists of one model, filled by the analysis before any
+// output file is opened, and the routines that print Model.h and Model.cpp from them.
+#pragma once
+
+#include "modelgen/modelgen.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <vector>
+
+typedef std::vector<unsigned short> NaList;
+
+extern int want_cpp_solvers;
+
+// Records a macro that the generated text defines for a model variable.
+void AddMacro(char const* name);
+// The statements at the top of a model body: its list when it is a block, else itself.
+NV GetTopStatements(cn const& body);
+// Every gamma delay under 'node', depth first.
+void GetGammaDelays(cn const& node, NV& list);
+extern int nFuncResult;
+extern int nFuncArg;
+
+class CGenCode {
+  public:
+    explicit CGenCode(cn const& model);
+    CGenCode(CGenCode const&) = delete;
+    CGenCode& operator=(CGenCode const&) = delete;
+
+    void GenOrbxDLL(char const* modelFileName, char const* headerPath, char const* sourcePath,
+                    int genTypes, NV const& includes);
+    void GenDllPhase1();
+    void FinishModelCpp();
+    void CollectUniqueVars();
+    void GetAssignmentStatements(SV& names, NV& exprs) const;
+    void GetAssignmentStatementsIncludingSParms(SV& names, NV& exprs) const;
+
+    // Phase 1, in its order.
+    void RunWalkers();
+    void RemoveDuplicates();
+    SV GetUsedVars();
+    void FillAssignments();
+    void DecideDualNumbers();
+    void FreezeUnusedFixefs(SV const& used);
+    void StoreCounts();
+    void DecideGaussianFit();
+    void CheckPowersOfTime();
+
+    // Model.h, and the frame and sections of Model.cpp in the order they are printed.
+    void GenModelH(char const* id, long runTime);
+    void GenModelCpp(NV const& includes);
+    void GenModeBlock();
+    void GenEngineIncludes();
+    void GenUserIncludes(NV const& includes);
+    void GenModellingGlobalVariableDeclarations();
+
+    cn pModel;
+    cn pBody;
+    FILE* fp = nullptr;
+    int32_t nDerivCount = 0, nCFMacroCount = 0, nCFStripCount = 0, nCFMacro2Count = 0,
+            nCFStrip2Count = 0, nUrineCount = 0, nTransitCount = 0, nTransit2Count = 0,
+            nEventCount = 0;
+    int32_t bTimeBased = 0;
+    int32_t bAllowGaussianFit = 0;
+    int32_t bAllowLogTransform = 0;
+    String sTimeVar;
+    String sSpare;
+    int32_t iGenTypes = 0;
+    int32_t nDelayCount = 0;
+    NV paDelayNodes, paDelayHist;
+    NV paPeakNodes;
+    int32_t nPeakCount = 0;
+    SV saUniqueVars;
+    SV saInteg;
+    SV saCFMacro, saCFStrip;
+    SV saCFStripNonEmpty;
+    SV saCFMacro2, saCFStrip2;
+    SV saDeriv, saUrine, saTransit, saTransit2, saEvent;
+    SV saInterpolate;
+    NaList naInterpolateFlags;
+    SV saDoubles;
+    SV saAssigned;
+    SV saConst;
+    SV saCovariates;
+    NaList naCovariateFlags;
+    SV saInitialDose;
+    SV saDosepoints1;
+    NaList naDosepoint1Flags;
+    SV saDosepoints2;
+    SV saGroup, saStruct;
+    NaList naStparmDuplicatesFixef;
+    SV saSecondary;
+    SV saObserved;
+    NaList naObservedFlags;
+    SV saResponses;
+    SV naResponseFlags;
+    SV saAllVars;
+    SV saCVMean, saCVMedian;
+    SV saFixefUnits, saFixef;
+    NaList naFixefFrozen;
+    std::vector<int64_t> laFixefEnable;
+    std::vector<double> daFixefInit;
+    SV saDualFixef;
+    SV saRanef1, saRanef2, saRanef3, saRanef4, saRanef5;
+    SV saDualRanef5;
+    NV paSortedObserve;
+    SV saError;
+    NaList naErrorFrozen;
+    std::vector<double> daErrorInit;
+    SV saDualError;
+
+    // Whether the model carries dual numbers: some random effect, fixed effect or error is dual.
+    bool IsDualModel() const;
+
+    bool HasDualTheta() const { return !saDualFixef.empty() || !saDualError.empty(); }
+
+    // The integrator list: deriv, urine, transit, transit2 and event variables joined.
+    SV GetIntegratorList() const;
+};

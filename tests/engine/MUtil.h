@@ -1,0 +1,20 @@
+// Engine utilities that generated model code calls: error reporting and the run-time flags.
+#pragma once
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#ifndef TRUE
+#define TRUE 1
+#endif
+#ifndef FALSE
+#define FALSE 0
+#endif
+
+extern bool _can_uniform;
+void SetErrorMsg(const char* message);
+void SetErrorMessageWithParams(const char* message, ...);
+extern int bEnableLogTransform;

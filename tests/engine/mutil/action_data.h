@@ -1,0 +1,2 @@
+// Data the engine keeps with each action.
+#pragma once

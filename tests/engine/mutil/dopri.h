@@ -1,0 +1,5 @@
+// ODE solver of the engine.
+#pragma once
+#include "mutil/odesolve_common.h"
+
+template <int N, typename NUM> int dopri(double& t, double tout, NUM zzY[], int mxstep, double rtol, double atol);

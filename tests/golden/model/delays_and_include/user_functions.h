@@ -1,0 +1,2 @@
+// Functions the model text may call.
+#pragma once
