@@ -5,6 +5,7 @@
 
 #include "expr/expr.h"
 
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -71,6 +72,16 @@ void CollectRanef2(cn const& node, SV& names);
 void CollectRanef3(cn const& node, SV& names);
 void CollectRanef4(cn const& node, SV& names);
 void CollectRanef5(cn const& node, SV& names);
+
+// Fixed effects of the fixef statements with, parallel to the names: the units text (empty,
+// since units are inferred later), the frozen flag, the enable number or -1 when there is
+// none, and the initial value or 1 when the estimate gives none.
+void CollectFixef(cn const& node, SV& units, SV& names, std::vector<unsigned short>& frozen,
+                  std::vector<int64_t>& enable, std::vector<double>& init);
+// Error variables of the error statements with the frozen flag of their entry and their
+// value, the standard deviation as written (1 when the entry has none).
+void CollectErrorInfo(cn const& node, SV& names, std::vector<unsigned short>& frozen,
+                      std::vector<double>& init);
 
 // Covariates whose mean or median the model reads, also inside action blocks.
 void CollectCVMean(cn const& node, SV& names);

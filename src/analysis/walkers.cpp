@@ -328,6 +328,60 @@ void CollectRanef5(cn const& node, SV& names) {
     CollectRanefNames(node, CN_RANEF5, names);
 }
 
+// Whether the mark in child1 of a fixef item or of a names node says frozen.
+static bool IsFrozenMark(N const& mark) {
+    return mark && mark->type == CN_NUM && mark->value == 1.0;
+}
+
+// The enable number of a fixef item: its mark is a number or c(number); -1 without one.
+static int64_t EnableNumber(cn const& item) {
+    N mark = item->child2;
+    if (mark && mark->type == CN_VALUES) mark = mark->list.empty() ? N() : mark->list[0];
+    if (!mark || mark->type != CN_NUM) return -1;
+    return int64_t(mark->value);
+}
+
+// The number at 'i' of a list of values, or 'absent' when there is none.
+static double NumberAt(NV const& list, size_t i, double absent) {
+    if (i >= list.size() || !list[i] || list[i]->type != CN_NUM) return absent;
+    return list[i]->value;
+}
+
+void CollectFixef(cn const& node, SV& units, SV& names, std::vector<unsigned short>& frozen,
+                  std::vector<int64_t>& enable, std::vector<double>& init) {
+    auto isFixef = [](CNodeType type) { return type == CN_FIXEF; };
+    WalkToTargets(node, isFixef, [&](cn const& stmt) {
+        for (N const& item : stmt->list) {
+            if (!item || !AddName(names, item->name)) continue;
+            units.push_back(String()); // no statement gives a fixed effect units of its own
+            frozen.push_back(IsFrozenMark(item->child1) ? 1 : 0);
+            enable.push_back(EnableNumber(item));
+            init.push_back(NumberAt(item->list, 1, 1.0)); // lower, initial, upper
+        }
+    });
+}
+
+// The names of one error entry, each with the entry's frozen flag and its value.
+static void CollectErrorEntry(cn const& entry, SV& names, std::vector<unsigned short>& frozen,
+                              std::vector<double>& init) {
+    if (!entry || entry->type != CN_VARIANCE_DIAG || !entry->child1) return;
+    NV const& vars = entry->child1->list;
+    for (size_t i = 0; i < vars.size(); i++) {
+        if (!AddName(names, vars[i]->name)) continue;
+        frozen.push_back(IsFrozenMark(entry->child1->child1) ? 1 : 0);
+        init.push_back(entry->child3 ? NumberAt(entry->child3->list, i, 1.0) : 1.0);
+    }
+}
+
+void CollectErrorInfo(cn const& node, SV& names, std::vector<unsigned short>& frozen,
+                      std::vector<double>& init) {
+    auto isError = [](CNodeType type) { return type == CN_ERROR; };
+    WalkToTargets(node, isError, [&](cn const& stmt) {
+        for (N const& entry : stmt->list)
+            CollectErrorEntry(entry, names, frozen, init);
+    });
+}
+
 // ---- Covariate statistics --------------------------------------------------------------------
 
 // The names of the nodes of 'kind', walking the action blocks as well.

@@ -132,6 +132,7 @@ void CGenCode::RunWalkers() {
     CountSetDelay(body, nDelayCount, paDelayNodes, paDelayHist);
     CountSetTransit2(body, nDelayCount, paDelayNodes, paDelayHist);
     CountSetPeak(body, nPeakCount, paPeakNodes);
+    CollectFixef(pModel, saFixefUnits, saFixef, naFixefFrozen, laFixefEnable, daFixefInit);
     CollectRanef1(pModel, saRanef1);
     CollectRanef2(pModel, saRanef2);
     CollectRanef3(pModel, saRanef3);
@@ -243,6 +244,7 @@ void CGenCode::CheckPowersOfTime() {
 void CGenCode::GenDllPhase1() {
     RunWalkers();
     RemoveDuplicates();
+    CollectErrorInfo(pModel, saError, naErrorFrozen, daErrorInit);
     SV used = GetUsedVars();
     FillAssignments();
     DecideDualNumbers();
@@ -362,6 +364,19 @@ void CGenCode::GenModelCpp(NV const& includes) {
     GenUserIncludes(includes);
     GenModellingGlobalVariableDeclarations();
     pModel->AssertValid();
+    // The parameter routines, printed from the subject evaluation section once it exists.
+    GenFixefOverrideStuff();
+    GenRoutinesForTheta(2);
+    for (int mode : {0, 1, 2})
+        GenRoutinesForFixefError(mode);
+    GenRoutineGetObsSigma(false);
+    GenRoutineGetObsSigma(true);
+    for (int mode : {3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 17, 18, 19,
+                     23, 24, 25, 26, 27, 28, 13, 20, 21, 22, 14, 16})
+        GenRoutinesForPacking(mode);
+    // What the subject evaluation section will report; until then a model without ODEs.
+    int nOde = 0, bCanJacobian = 0, bCanMatexp = 0;
+    GenODEInfoRoutines(nOde, bCanJacobian, bCanMatexp);
     FinishModelCpp();
 }
 

@@ -54,6 +54,16 @@ class CGenCode {
     void GenUserIncludes(NV const& includes);
     void GenModellingGlobalVariableDeclarations();
 
+    // The parameter routines (gen_packing.cpp): bounds of the fixed effects, limits and initial
+    // values of the thetas, the sigma of each observation, the routines that pack thetas and
+    // omega into the engine's search vector ('mode' 3 to 28), and the Jacobian info.
+    void GenFixefOverrideStuff();
+    void GenRoutinesForTheta(int which);
+    void GenRoutinesForFixefError(int mode);
+    void GenRoutineGetObsSigma(bool bName);
+    void GenRoutinesForPacking(int mode);
+    void GenODEInfoRoutines(int nOde, int bCanJacobian, int bCanMatexp);
+
     cn pModel;
     cn pBody;
     FILE* fp = nullptr;

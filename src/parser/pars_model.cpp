@@ -86,12 +86,33 @@ static void parse_stmt_impl(char const*& p, N& out) {
     if (seeWord(p, "urinecpt")) return parsUrineStmt(p, out);
     if (seeWord(p, "transit")) return parsTransitStmt(p, out);
     if (seeWord(p, "delayInfCpt")) return parsDelayInfCptStmt(p, out);
+    if (seeWord(p, "fixef")) return parsFixefStmt(p, out);
+    if (seeWord(p, "constrain")) return parsConstrainStmt(p, out);
+    if (seeWord(p, "ranef") || seeWord(p, "ranef5")) return parsRanefStmt(p, out, CN_RANEF5);
+    if (seeWord(p, "ranef4")) return parsRanefStmt(p, out, CN_RANEF4);
+    if (seeWord(p, "ranef3")) return parsRanefStmt(p, out, CN_RANEF3);
+    if (seeWord(p, "ranef2")) return parsRanefStmt(p, out, CN_RANEF2);
+    if (seeWord(p, "ranef1")) return parsRanefStmt(p, out, CN_RANEF1);
+    if (seeWord(p, "vcvfixef")) {
+        parsUncertaintyStmt(p, out, CN_VCVFIXEF);
+        bVCVFixefSeen = 1;
+        return;
+    }
+    if (seeWord(p, "iwndf")) return parsIwndfStmt(p, out);
     if (seeWord(p, "dosepoint") || seeWord(p, "dosepoint1"))
         return parsDosepointStmt(p, out, CN_DOSEPOINT);
     if (seeWord(p, "dosepoint2")) return parsDosepointStmt(p, out, CN_DOSEPOINT2);
     if (seeWord(p, "cfMacro1")) return parsCfMicroStmt(p, out, CN_CFMACRO1);
     if (seeWord(p, "cfMacro2") || seeWord(p, "cfMacro")) return parsCfMacroStmt(p, out);
     if (seeWord(p, "cfMicro")) return parsCfMicroStmt(p, out, CN_CFMICRO);
+    if (seeWord(p, "covariate")) return parsCovariateStmt(p, out, CN_COVARIATE);
+    if (seeWord(p, "fcovariate")) return parsCovariateStmt(p, out, CN_FCOVARIATE);
+    if (seeWord(p, "interpolate")) return parsCovariateStmt(p, out, CN_INTERPOLATE);
+    if (seeWord(p, "table")) return parsTableStmt(p, out);
+    if (seeWord(p, "error")) return parsErrorStmt(p, out);
+    if (seeWord(p, "group")) return parsAssignListStmt(p, out, CN_GROUP);
+    if (seeWord(p, "stparm")) return parsAssignListStmt(p, out, CN_STPARM);
+    if (seeWord(p, "secondary")) return parsAssignListStmt(p, out, CN_SECONDARY);
     if (seeWord(p, "sequence")) return parsSequence(p, out);
     if (seeWord(p, "dual_vars")) return parsForceVars(p, force_dual);
     if (seeWord(p, "real_vars")) return parsForceVars(p, force_real);

@@ -56,6 +56,21 @@ void parsDosepointStmt(char const*& p, N& out, CNodeType type);
 void parsCfMicroStmt(char const*& p, N& out, CNodeType type);
 void parsCfMacroStmt(char const*& p, N& out);
 
+// Parameter statements.
+void parsFixefStmt(char const*& p, N& out);
+void parsConstrainStmt(char const*& p, N& out);
+void parsRanefStmt(char const*& p, N& out, CNodeType type);
+void parsUncertaintyStmt(char const*& p, N& out, CNodeType type);
+void parsIwndfStmt(char const*& p, N& out);
+void parsCovariateStmt(char const*& p, N& out, CNodeType type);
+void parsTableStmt(char const*& p, N& out);
+void parsErrorStmt(char const*& p, N& out);
+void parsAssignListStmt(char const*& p, N& out, CNodeType type);
+// "(" names ")" as a `CN_NAMES` of `CN_VAR`s, each with its span.
+N parse_name_list(char const*& p);
+// Any number of "(freeze)"; sets child1 of 'names' to 1.
+void parsRanefFreeze(char const*& p, N& names);
+
 // Action code.
 void parsSequenceStmt(char const*& p, N& out, int allowSleep);
 void parsSequence(char const*& p, N& out);

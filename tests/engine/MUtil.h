@@ -15,6 +15,6 @@
 #endif
 
 extern bool _can_uniform;
-void SetErrorMsg(const char* message);
-void SetErrorMessageWithParams(const char* message, ...);
+void SetErrorMsg(char const* message);
+void SetErrorMessageWithParams(char const* message, ...);
 extern int bEnableLogTransform;

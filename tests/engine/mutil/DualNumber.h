@@ -7,8 +7,11 @@ template <int N, typename TAG> struct DN {
     double a = 0.0;
     double b[N > 0 ? N : 1] = {};
     DN() = default;
+
     DN(double v) : a(v) {}
+
     explicit operator double() const { return a; }
+
     DN& operator+=(const DN& o);
     DN& operator-=(const DN& o);
     DN& operator*=(const DN& o);
@@ -53,4 +56,3 @@ template <int N, typename T> DN<N, T> abs(const DN<N, T>&);
 template <int N, typename T> DN<N, T> sin(const DN<N, T>&);
 template <int N, typename T> DN<N, T> cos(const DN<N, T>&);
 template <int N, typename T> bool isfinite(const DN<N, T>&);
-

@@ -13,4 +13,4 @@ extern double _dMaxTime;
 void SwitchToSSActions();
 void SwitchToDefaultActions();
 void new_ss();
-void InterpSS(const unsigned char* pc, int* pbOK, int changeTime, int first);
+void InterpSS(unsigned char const* pc, int* pbOK, int changeTime, int first);

@@ -1,6 +1,4 @@
 // Closed-form compartment machines of the engine.
 #pragma once
 
-template <typename NUM> struct cf_m {
-    double state[6];
-};
+template <typename NUM> struct cf_m { double state[6]; };

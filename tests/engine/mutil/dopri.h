@@ -2,4 +2,5 @@
 #pragma once
 #include "mutil/odesolve_common.h"
 
-template <int N, typename NUM> int dopri(double& t, double tout, NUM zzY[], int mxstep, double rtol, double atol);
+template <int N, typename NUM>
+int dopri(double& t, double tout, NUM zzY[], int mxstep, double rtol, double atol);

@@ -2,4 +2,5 @@
 #pragma once
 #include "mutil/odesolve_common.h"
 
-template <int N, typename NUM> int matexp_ode(double& t, double tout, double dt, int& ns, NUM zzY[]);
+template <int N, typename NUM>
+int matexp_ode(double& t, double tout, double dt, int& ns, NUM zzY[]);

@@ -10,11 +10,12 @@ enum {
     ODELEVEL_CSODAJAC,
     ODELEVEL_CDOPRI
 };
+
 enum { ODESTATE_START = 1, ODESTATE_UNDERWAY = 2 };
 
 extern int odeState;
 int ODESolve(int iODELevel, double* ptOuter, double dt, double zzY[]);
 template <int N, typename NUM> int is_zzy_finite(const NUM zzY[]);
 void handle_ode_return(int iODELevel, int res, double t, double tout);
-void handle_matexp_return(const char* name, int res, int ns, double t, double tout);
-void computation_stopped(int level, int res, const char* message, double t, double tout);
+void handle_matexp_return(char const* name, int res, int ns, double t, double tout);
+void computation_stopped(int level, int res, char const* message, double t, double tout);

@@ -5,7 +5,9 @@
 
 // The type of a result of two operand types: double with a dual type gives the dual type.
 template <typename A, typename B> struct type_caster_up { typedef A type; };
+
 template <typename B> struct type_caster_up<double, B> { typedef B type; };
+
 template <typename RES, typename NUM> struct type_caster_down { typedef NUM type; };
 
 template <typename X, typename T> X _exp_cached(const X& x, T& arg, T& result);
@@ -14,7 +16,7 @@ template <typename X, typename T> X _ln_cached(const X& x, T& arg, T& result);
 template <typename X> X _lgamm_cached(const X& x);
 template <typename T1, typename T2, typename T3, typename T4>
 double gammCDF(const T1& t, const T2& shape, const T3& scale, const T4& lgam);
-template <typename NUM, typename... Args> NUM CalcTMax(const Args&... args);
+template <typename NUM, typename... Args> NUM CalcTMax(Args const&... args);
 double ln(double x);
 double _unifControlled(int bSampleEpsilon);
 double _normControlled(int bSampleEpsilon);

@@ -560,6 +560,237 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+
+void RestoreFixefLowInitHighFromModel(){
+}
+
+void SetFixefLowInitHigh(const char* _nm, double* _fixefLow, double* _fixefInit, double* _fixefHigh){
+}
+
+void GetFixefLowInitHigh(const char* _nm, double* _fixefLow, double* _fixefInit, double* _fixefHigh){
+	if (0){
+	}
+}
+
+void GetThetaLimits(double* _fixefLow, double* _fixefHigh){
+	int _n = 0;
+}
+
+void InitFixefErrorEstimate(){
+    GetFixefErrorInitial(_fixef);
+}
+
+void GetFixefErrorInitial(double* _data){
+}
+
+void GetFixefErrorLimits(double* _low, double* _high){
+}
+
+double GetObsSigma(int _piWhichObs){
+	double _std = 0;
+	if (0){
+	}
+	return _std;
+}
+
+const char * GetObsSigmaName(int _piWhichObs){
+	if (0){
+	}
+	return "";
+}
+
+void GetInitialStdev(double* _svec){
+}
+
+void GetInitialOmega5(double* _omat){
+	int _i = 0;
+	double _temp = 0;
+	for (_i=0; _i<0; _i++) _omat[_i] = 0;
+}
+
+double GetEtaVariance5(int _i){
+	double _temp = 1;
+	if (0){
+	}
+	return _temp;
+}
+
+void TruncateOmega5(double* _omat){
+	int _i = 0;
+	double _temp = 0;
+	double _mtemp[NRANEF5*NRANEF5+1];
+	memcpy(_mtemp, _omat, sizeof(double)*NRANEF5*NRANEF5);
+	memset(_omat, 0, sizeof(double)*NRANEF5*NRANEF5);
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void UnpackParameters(double* _thvec, double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _j1 = 0, _ldo = *_ldOmat;
+	double _temp = 0;
+	// assert NRANEF5 <= ldo
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_thvec[_n++] = _pack[_i];
+	}
+	// assert *_nPack == _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void UnpackParameters1(double* _thvec, double* _omat, double* _svec, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _j1 = 0, _ldo = *_ldOmat;
+	double _temp = 0;
+	// assert NRANEF5 <= ldo
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_thvec[_n++] = _pack[_i];
+	}
+	// assert *_nPack == _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   PackParameters(double* _thvec, double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_pack[_i] = _thvec[_n++];
+	}
+	*_nPack = _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   PackParameters1(double* _thvec, double* _omat, double* _svec, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_pack[_i] = _thvec[_n++];
+	}
+	*_nPack = _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   TypXParameters(double* _thvec, double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_pack[_i] = fabs(_thvec[_n++]);
+	}
+	*_nPack = _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   TypXParameters1(double* _thvec, double* _omat, double* _svec, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_pack[_i] = fabs(_thvec[_n++]);
+	}
+	*_nPack = _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void UnpackOmega(double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _j1 = 0, _ldo = *_ldOmat;
+	double _temp = 0;
+	// assert NRANEF5 <= ldo
+	// assert *_nPack == _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   PackOmega(double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	*_nPack = _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   TypXOmega(double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	*_nPack = _n;
+}
+
+void GetFixefErrToThetaMap(int* _iaTheta, int* _nth){
+	int _n = 0;
+	// unfrozen error sigmas 
+	*_nth = _n;
+}
+
+void GetRanefToEtaMap(int* _iaEta, int* _nth){
+	int _n = 0;
+	*_nth = _n;
+}
+
+void UnpackTheta(double* _fixef, double* _thvec){
+	int _n = 0;
+	// copy theta to fixef+error
+	// unfrozen, enabled fixed effects 
+	// unfrozen error sigmas 
+}
+
+void   PackTheta(double* _fixef, double* _thvec, int* _nth){
+	int _n = 0;
+	// copy fixef+error to theta
+	// unfrozen, enabled fixed effects 
+	// unfrozen error sigmas 
+	*_nth = _n;
+}
+
+int GetEstimatedTheta(int * est_theta){
+	int _n = 0;
+	return _n;
+}
+
+void   TypXTheta(double* _fixef, double* _thvec, int* _nth){
+	int _n = 0;
+	// copy fabs(fixef+error) to theta
+	// unfrozen, enabled fixed effects 
+	// unfrozen error sigmas 
+	*_nth = _n;
+}
+
+// Caution: live portion of omega matrix is assumed to be packed in lower cholesky form
+void   GetNPack(int* _nPack){
+	int _n = 0;
+	*_nPack = _n;
+}
+
+// Caution: live portion of omega matrix is assumed to be packed in lower cholesky form
+void   GetNPackOmega(int* _nPack){
+	int _n = 0;
+	*_nPack = _n;
+}
+
+void GetNSeqOmega(int* _nSeq){
+	int _n = 0;
+	*_nSeq = _n;
+}
+
+void GetOmegaSequenceInfo(int* _iSeq1, int* _nEta, int* _nSame){
+	int _iSeqCount = 0;
+	*_nEta = *_nSame = 0;
+}
+
+// Caution: live portion of omega matrix is assumed to be packed in lower cholesky form
+void   GetNPackRanCov(int* _nPack){
+	int _n = 0;
+	*_nPack = _n;
+}
+
+// Caution: live portion of omega matrix is assumed to be packed in lower cholesky form
+void   GetPackedIndexRanCov(int* _iRan, int* _jRan, int* _index){
+	int _n = 0;
+	*_index = -1;
+}
+
+// jacobian info: 2=can matexp, 1=can stiffjac, 0=no jac, -1=no odes
+void GetJacobianInfo(int & _piJacobianInfo)
+{
+	_piJacobianInfo = -1;
+}
 #undef A1
 #undef zzR_A1
 #undef _A1_irate
