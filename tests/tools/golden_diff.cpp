@@ -4,7 +4,9 @@
 // Usage: golden_diff <expected dir> <actual dir> [--update]
 // With --update the expected folder is rewritten from the actual one. An expected file
 // "snapshot.txt" names, one a line, the files whose expected text was taken from an earlier run
-// rather than written by hand: regression guards, reported as such when they differ.
+// rather than written by hand: regression guards, reported as such when they differ. An
+// expected file "F.fragments" holds pieces of F written by hand, separated by lines "----":
+// each must stand in the produced F, in this order.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -23,12 +25,21 @@ static std::string ReadAll(fs::path const& p) {
 
 static char const* const SNAPSHOT_LIST = "snapshot.txt";
 
+static std::string const FRAGMENTS = ".fragments";
+
+static bool IsFragmentFile(std::string const& name) {
+    return name.size() > FRAGMENTS.size() &&
+           name.compare(name.size() - FRAGMENTS.size(), FRAGMENTS.size(), FRAGMENTS) == 0;
+}
+
 static std::set<std::string> FileNames(fs::path const& dir) {
     std::set<std::string> names;
     if (!fs::is_directory(dir)) return names;
     for (auto const& e : fs::directory_iterator(dir))
         if (e.is_regular_file()) names.insert(e.path().filename().string());
     names.erase(SNAPSHOT_LIST);
+    for (auto it = names.begin(); it != names.end();)
+        it = IsFragmentFile(*it) ? names.erase(it) : std::next(it);
     return names;
 }
 
@@ -92,6 +103,44 @@ static bool SameText(std::string const& name, std::string const& want, std::stri
     return true;
 }
 
+// The hand-written pieces of a fragments file, each with its line ends.
+static std::vector<std::string> Fragments(std::string const& text) {
+    std::vector<std::string> pieces(1);
+    for (std::string const& line : Lines(text)) {
+        if (line == "----\n" || line == "----")
+            pieces.emplace_back();
+        else
+            pieces.back() += line;
+    }
+    return pieces;
+}
+
+// Checks the fragments files of 'expected' against the produced files; returns whether all hold.
+static bool FragmentsHold(fs::path const& expected, fs::path const& actual) {
+    bool ok = true;
+    for (auto const& e : fs::directory_iterator(expected)) {
+        std::string name = e.path().filename().string();
+        if (!IsFragmentFile(name)) continue;
+        std::string target = name.substr(0, name.size() - FRAGMENTS.size());
+        std::string text = ReadAll(actual / target);
+        size_t at = 0;
+        int i = 0;
+        for (std::string const& piece : Fragments(ReadAll(e.path()))) {
+            i++;
+            size_t found = text.find(piece, at);
+            if (found != std::string::npos) {
+                at = found + piece.size();
+                continue;
+            }
+            printf("%s: fragment %d not found in order:\n%s", name.c_str(), i,
+                   Visible(piece).c_str());
+            ok = false;
+            break;
+        }
+    }
+    return ok;
+}
+
 static int Update(fs::path const& expected, fs::path const& actual) {
     fs::create_directories(expected);
     for (std::string const& n : FileNames(expected))
@@ -115,6 +164,7 @@ int main(int argc, char** argv) {
         if (!got.count(n)) ok = (printf("%s: expected file was not produced\n", n.c_str()), false);
     for (std::string const& n : got)
         if (!want.count(n)) ok = (printf("%s: produced but not expected\n", n.c_str()), false);
+    if (!FragmentsHold(expected, actual)) ok = false;
     std::set<std::string> snapshots = SnapshotNames(expected);
     for (std::string const& n : want) {
         if (!got.count(n) || SameText(n, ReadAll(expected / n), ReadAll(actual / n))) continue;
