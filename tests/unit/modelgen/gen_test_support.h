@@ -1,25 +1,35 @@
 // Support for tests of the sections of Model.cpp: run a Gen* routine of a CGenCode into a
 // temporary file and get its text back, and check fragments of that text in order, in the
-// manner of FileCheck, with a report that shows where the search stopped.
+// manner of FileCheck, with a report that shows where the search stopped. GenTest is the
+// fixture of a generator on an empty model whose lists the tests fill by hand.
 #pragma once
 
+#include "analysis/analysis.h"
 #include "modelgen/gencode.h"
+#include "modelgen/modelgen.h"
+#include "varo5_test.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <initializer_list>
+#include <memory>
 #include <string>
+#include <type_traits>
 
-// Runs 'gen' with g.fp on a temporary file and returns everything it printed.
-inline std::string GenText(CGenCode& g, void (CGenCode::*gen)()) {
+// Runs 'gen', a member routine of CGenCode or a callable without arguments, with g.fp on a
+// temporary file and returns everything it printed.
+template <class F> std::string GenText(CGenCode& g, F gen) {
     FILE* f = tmpfile();
     if (!f) {
         ADD_FAILURE() << "tmpfile() failed";
         return "";
     }
     g.fp = f;
-    (g.*gen)();
+    if constexpr (std::is_member_function_pointer_v<F>)
+        (g.*gen)();
+    else
+        gen();
     g.fp = nullptr;
     std::string text;
     rewind(f);
@@ -28,6 +38,22 @@ inline std::string GenText(CGenCode& g, void (CGenCode::*gen)()) {
         text.append(buf, n);
     fclose(f);
     return text;
+}
+
+// Builders of the nodes that the generator reads: a number, a name, a list of numbers.
+inline N Num(double v) {
+    return std::make_shared<CNode>(v);
+}
+
+inline N Var(char const* name) {
+    return std::make_shared<CNode>(name);
+}
+
+inline N Values(std::initializer_list<double> values) {
+    N list = std::make_shared<CNode>(CN_VALUES);
+    for (double v : values)
+        list->list.push_back(Num(v));
+    return list;
 }
 
 // Makes tabs and line ends visible, so a report shows the exact characters.
@@ -85,3 +111,43 @@ inline std::string Between(std::string const& text, std::string const& from,
     size_t b = text.find(to, a + from.size());
     return text.substr(a, b == std::string::npos ? std::string::npos : b - a);
 }
+
+class GenTest : public VaroTest {
+  protected:
+    void SetUp() override {
+        VaroTest::SetUp();
+        reset_assignment();
+        dual_vars.clear();
+        dual_vars_fixef.clear();
+        dual_vars_ranxef.clear();
+        cfs.clear();
+        macros.clear();
+        nothing_is_cfm = false;
+    }
+
+    // A new statement of 'kind' at the end of the model body.
+    N Statement(CNodeType kind) {
+        N s = std::make_shared<CNode>(kind);
+        body->list.push_back(s);
+        return s;
+    }
+
+    // A fixed effect in the generator's lists; 'enable' -1 is none.
+    void AddFixef(char const* name, bool frozen = false, int64_t enable = -1, double init = 1.0) {
+        g.saFixef.push_back(name);
+        g.saFixefUnits.push_back("");
+        g.naFixefFrozen.push_back(frozen);
+        g.laFixefEnable.push_back(enable);
+        g.daFixefInit.push_back(init);
+    }
+
+    void AddError(char const* name, bool frozen = false, double sd = 1.0) {
+        g.saError.push_back(name);
+        g.naErrorFrozen.push_back(frozen);
+        g.daErrorInit.push_back(sd);
+    }
+
+    N body = std::make_shared<CNode>(CN_BLOCK);
+    N model = std::make_shared<CNode>(CN_MODEL, std::make_shared<CNode>(CN_CALL, "m"), body);
+    CGenCode g{model};
+};
