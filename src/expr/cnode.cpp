@@ -15,10 +15,6 @@ char const* const saCNodeTypeName[CN_KIND_COUNT] = {
 #include "expr/cnode_kinds.def"
 #undef CN_KIND
 
-static N CopyOrEmpty(N const& n) {
-    return n ? std::make_shared<CNode>(*n) : N();
-}
-
 // Both empty, or both present and equal by the second tree's node.
 static bool SameNode(N const& a, N const& b) {
     if (!a || !b) return !a && !b;

@@ -155,6 +155,24 @@ class CNode {
     void ClearTemp2();
 };
 
+// Shorthands for new nodes, each exactly the node asked for.
+inline N NewNum(double value) {
+    return std::make_shared<CNode>(value);
+}
+
+inline N NewVar(char const* name) {
+    return std::make_shared<CNode>(name);
+}
+
+inline N NewNode(CNodeType type, N a = N(), N b = N()) {
+    return std::make_shared<CNode>(type, a, b);
+}
+
+// A deep copy of 'n', or nothing for nothing.
+inline N CopyOrEmpty(N const& n) {
+    return n ? std::make_shared<CNode>(*n) : N();
+}
+
 void SetMaxTreeDepth(int depth);
 int CountNodes(cn const& node);
 int CountNodes(NV const& list);

@@ -16,10 +16,6 @@ std::vector<cn> filter_nodes(NV const& nodes, CNodeType type) {
     return out;
 }
 
-static N CopyOrEmpty(N const& n) {
-    return n ? n->Copy() : N();
-}
-
 // ---- CountContains -------------------------------------------------------------------------
 
 static int CountIn(N const& n, char const* name) {

@@ -15,18 +15,6 @@ void SetMaxTreeDepth(int depth) {
     maxTreeDepth = depth;
 }
 
-static N NewNum(double value) {
-    return std::make_shared<CNode>(value);
-}
-
-static N NewNode(CNodeType type, N c1, N c2) {
-    return std::make_shared<CNode>(type, c1, c2);
-}
-
-static N CopyOrEmpty(N const& n) {
-    return n ? n->Copy() : N();
-}
-
 static bool IsNum(N const& n) {
     return n && n->type == CN_NUM;
 }

@@ -446,7 +446,8 @@ static void GenGammaDelay(cn const& n, NodeVisitor* v) {
     v->put_int(number ? int(number->value) : 0, ", zzY + GetGammaDelayDEStart(%d)))");
 }
 
-static void GenLeafOrUnit(cn const& n, NodeVisitor* v, char const* fn) {
+// log(u) or exp(u) of a unit expression
+static void GenUnitFunction(cn const& n, NodeVisitor* v, char const* fn) {
     if (v->just_looking()) return;
     v->put_str(fn, "%s(");
     GenCimpl(n->child1, v, false);
@@ -521,8 +522,8 @@ void GenCimpl(cn const& n, NodeVisitor* v, bool bRight) {
         case CN_DELAY: return GenDelay(n, v);
         case CN_PEAK: return GenPeak(n, v);
         case CN_UNIT_TIME: return v->put_str("t", "%s");
-        case CN_UNIT_LOG: return GenLeafOrUnit(n, v, "log");
-        case CN_UNIT_EXP: return GenLeafOrUnit(n, v, "exp");
+        case CN_UNIT_LOG: return GenUnitFunction(n, v, "log");
+        case CN_UNIT_EXP: return GenUnitFunction(n, v, "exp");
         case CN_GAMMADELAY: return GenGammaDelay(n, v);
         default: return v->put_int(n->type, "<<error in GenC: node type = %d>>");
     }

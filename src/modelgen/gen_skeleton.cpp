@@ -178,10 +178,7 @@ void CGenCode::FillAssignments() {
 // Step 5: with QMIX_REAL_ONLY the model stays plain; QMIX_CPP_SOLVERS then asks for the
 // solvers of the generated text.
 void CGenCode::DecideDualNumbers() {
-    if (getenv("QMIX_REAL_ONLY")) {
-        if (getenv("QMIX_CPP_SOLVERS")) want_cpp_solvers = 1;
-        return;
-    }
+    if (getenv("QMIX_REAL_ONLY") && getenv("QMIX_CPP_SOLVERS")) want_cpp_solvers = 1;
 }
 
 // Step 6: a fixed effect that nothing uses is frozen.

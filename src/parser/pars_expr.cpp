@@ -19,22 +19,10 @@ static void parsUnary(char const*& p, N& out);
 static void parsFactor(char const*& p, N& out);
 static void parsPrim(char const*& p, N& out);
 
-static N NewNode(CNodeType type, N a = N(), N b = N()) {
-    return std::make_shared<CNode>(type, a, b);
-}
-
 static N NewCall(char const* name, NV args) {
     N call = std::make_shared<CNode>(CN_CALL, name);
     call->list = std::move(args);
     return call;
-}
-
-static N NewVar(char const* name) {
-    return std::make_shared<CNode>(name);
-}
-
-static N NewNum(double value) {
-    return std::make_shared<CNode>(value);
 }
 
 // Gives a node built by a binary level the span from its left operand to the cursor.

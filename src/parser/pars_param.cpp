@@ -7,10 +7,6 @@
 #include <Eigen/Eigenvalues>
 #include <cmath>
 
-static N NewNum(double value) {
-    return std::make_shared<CNode>(value);
-}
-
 // A parsed expression reduced by `Simp` to a number, keeping the span of its text; empty
 // when it doesn't reduce to one.
 static N SimpleNumber(N const& expr) {

@@ -7,10 +7,6 @@
 
 #include <cmath>
 
-static N NewNum(double value) {
-    return std::make_shared<CNode>(value);
-}
-
 static N NewValues(N num) {
     N values = std::make_shared<CNode>(CN_VALUES);
     values->list.push_back(num);

@@ -5,14 +5,6 @@
 
 #include <cmath>
 
-static N NewVar(char const* name) {
-    return std::make_shared<CNode>(name);
-}
-
-static N NewNum(double value) {
-    return std::make_shared<CNode>(value);
-}
-
 // "id assign-op" at the head of an integrator statement; false, reported, when absent.
 static bool parsTarget(char const*& p, N& var, char const* msg) {
     if (seeLExpr(p, var) && seeAssignOp(p)) return true;
