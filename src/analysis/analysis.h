@@ -93,6 +93,9 @@ void CollectCVMedian(CNodeAppendix const* appendix, SV& names);
 void CollectConst(cn const& node, SV& names);
 void CollectAssigned(cn const& node, SV& names);
 
+// Whether a peak(...) stands anywhere under 'node'.
+bool has_peak(cn const& node);
+
 // Number the peak and delay nodes in tree order. 'count' runs on from its value; delays and
 // delayInfCpt statements share one counter. 'nodes' gets the delayed node, 'hist' its history.
 void CountSetPeak(N const& node, int& count, NV& out);

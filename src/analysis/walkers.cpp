@@ -467,6 +467,16 @@ void CollectAssigned(cn const& node, SV& names) {
     }
 }
 
+bool has_peak(cn const& node) {
+    if (!node) return false;
+    if (node->type == CN_PEAK) return true;
+    for (N const& c : {node->child1, node->child2, node->child3, node->child4})
+        if (has_peak(c)) return true;
+    for (N const& e : node->list)
+        if (has_peak(e)) return true;
+    return false;
+}
+
 // ---- Table numbering -------------------------------------------------------------------------
 
 // Gives the delayed variable in child1 of 'node' delay table 'count', and appends it with

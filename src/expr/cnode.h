@@ -146,6 +146,15 @@ class CNode {
     N Subst(cn from, cn to, bool bAssignTarget) const;
     N ConverToUnifNormControlled() const;
 
+    // Derivative by 'var' (not simplified). Diff1 throws CException* where none can be formed;
+    // the Diff forms catch it and give an empty pointer.
+    N Diff1(char const* var, SV const& consts, SV const& deps) const;
+    N Diff(char const* var, SV const& consts, SV const& deps) const;
+    N Diff(char const* var, SV const& consts) const;
+    N Diff(char const* var) const;
+    // This expression set equal to 'rhs', solved for 'name'; empty when it can't be.
+    N SolveFor(N rhs, char const* name) const;
+
     N Simp(int& iFail) const;
     N ElevateSum() const;
     N GetLog() const;

@@ -15,6 +15,9 @@ class CException {
     virtual ~CException() = default;
 };
 
+// When set, a node that can't be differentiated throws; when clear, it yields the number 1.
+extern bool throw_diff_exception;
+
 // The shape of a tree as one line of text, for debug output and self-checks.
 std::string DumpTree(cn const& n);
 

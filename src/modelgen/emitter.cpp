@@ -473,10 +473,10 @@ static void GenAssign(cn const& n, NodeVisitor* v) {
     pop_assignment();
 }
 
+// zzR_A = rate; the noss mark of the statement is not printed
 static void GenDeriv(cn const& n, NodeVisitor* v) {
     v->put_str(n->child1->name, "zzR_%s = ");
     GenCimpl(n->child2, v, false);
-    if (n->child3) GenCimpl(n->child3, v, false);
 }
 
 static void GenBracketed(cn const& n, NodeVisitor* v, bool parens, char const* prefix) {

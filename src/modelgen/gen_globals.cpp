@@ -27,22 +27,6 @@ static void Declare(SV& declared, char const* name) {
     declared.push_back(name);
 }
 
-static int CountGetTopStatements(cn const& body, CNodeType kind) {
-    int n = 0;
-    for (N const& s : GetTopStatements(body))
-        if (s && s->type == kind) n++;
-    return n;
-}
-
-// The type of a model variable inside model_data, from its duality in theta and in eta.
-static char const* MemberType(char const* name) {
-    bool theta = is_var_dual_fixef(name), eta = is_var_dual_ranef(name);
-    if (theta && eta) return "DualType";
-    if (theta) return "ThetaType";
-    if (eta) return "EtaType";
-    return "double";
-}
-
 // One theta: a fixed effect or, after them, an error variable, at 'index' in that order.
 struct Theta {
     char const* name;
@@ -120,7 +104,7 @@ static void GenStatics(CGenCode const& g, SV& declared) {
     }
     if (g.bTimeBased) GenInterpolatedStatics(g, declared);
     for (String const& s : g.saCovariates) {
-        if (IsIn(s, g.saInterpolate)) continue;
+        if (g.bTimeBased && IsIn(s, g.saInterpolate)) continue; // declared with its end points
         Declare(declared, s);
         fprintf(fp, "static double %s;\n", C(s));
         fprintf(fp, "static double _initial_%s;\n", C(s));
@@ -303,7 +287,7 @@ static void GenModelVariableMembers(CGenCode const& g, SV& declared) {
 //     ... and alike for the event statements
 static void GenSequenceAndEventMembers(CGenCode const& g) {
     FILE* fp = g.fp;
-    int nSeq = CountGetTopStatements(g.pBody, CN_SEQUENCE);
+    int nSeq = CountTopStatements(g.pBody, CN_SEQUENCE);
     if (nSeq > 0) {
         fprintf(fp, "\n    int seq_state[%d] = {0};\n\n", nSeq);
         fprintf(fp, "    void sequence_init()\n");
@@ -313,7 +297,7 @@ static void GenSequenceAndEventMembers(CGenCode const& g) {
         for (int i = 0; i < nSeq; i++)
             fprintf(fp, "    void sequence_%d_action(double t_);\n", i);
     }
-    int nEvent = CountGetTopStatements(g.pBody, CN_EVENT);
+    int nEvent = CountTopStatements(g.pBody, CN_EVENT);
     if (nEvent > 0) {
         fputs(event_sim_declaration, fp);
         fprintf(fp, "    event_sim event_data[%d] = {0};\n\n", nEvent);

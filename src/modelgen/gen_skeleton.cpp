@@ -43,6 +43,21 @@ NV GetTopStatements(cn const& body) {
     return NV{std::const_pointer_cast<CNode>(body)};
 }
 
+int CountTopStatements(cn const& body, CNodeType kind) {
+    int n = 0;
+    for (N const& s : GetTopStatements(body))
+        if (s && s->type == kind) n++;
+    return n;
+}
+
+char const* MemberType(char const* name) {
+    bool theta = is_var_dual_fixef(name), eta = is_var_dual_ranef(name);
+    if (theta && eta) return "DualType";
+    if (theta) return "ThetaType";
+    if (eta) return "EtaType";
+    return "double";
+}
+
 // Appends the assignments of 'stmts' of the given kind's lists (stparm, group) to 'names'
 // and 'exprs': the left name and a copy of the right side.
 static void AppendListAssignments(NV const& stmts, CNodeType kind, SV& names, NV& exprs) {
@@ -106,6 +121,10 @@ void CGenCode::RunWalkers() {
     CollectCFMacroVars(pModel, saCFMacro, saCFStrip);
     for (String const& strip : saCFStrip)
         if (strip[0]) saCFStripNonEmpty.push_back(strip);
+    // The outputs of micro-constant machines and their depots are read through macros.
+    for (SV const* list : {&saCFMacro, &saCFStripNonEmpty})
+        for (String const& name : *list)
+            cfs.insert(static_cast<char const*>(name));
     CollectCFMacro2Vars(pModel, saCFMacro2, saCFStrip2);
     CollectDerivVars(pModel, saDeriv);
     CollectUrineVars(pModel, saUrine);
@@ -360,19 +379,11 @@ void CGenCode::GenModelCpp(NV const& includes) {
     fputs(preludeD, fp);
     GenUserIncludes(includes);
     GenModellingGlobalVariableDeclarations();
+    GenCovariateCodeOrbx();
     pModel->AssertValid();
-    // The parameter routines, printed from the subject evaluation section once it exists.
-    GenFixefOverrideStuff();
-    GenRoutinesForTheta(2);
-    for (int mode : {0, 1, 2})
-        GenRoutinesForFixefError(mode);
-    GenRoutineGetObsSigma(false);
-    GenRoutineGetObsSigma(true);
-    for (int mode : {3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 17, 18, 19,
-                     23, 24, 25, 26, 27, 28, 13, 20, 21, 22, 14, 16})
-        GenRoutinesForPacking(mode);
-    // What the subject evaluation section will report; until then a model without ODEs.
     int nOde = 0, bCanJacobian = 0, bCanMatexp = 0;
+    GenInitSubjectEvalDerivAdvance(nOde, bCanJacobian, bCanMatexp);
+    pModel->AssertValid();
     GenODEInfoRoutines(nOde, bCanJacobian, bCanMatexp);
     FinishModelCpp();
 }

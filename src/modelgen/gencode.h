@@ -16,8 +16,17 @@ extern int want_cpp_solvers;
 void AddMacro(char const* name);
 // The statements at the top of a model body: its list when it is a block, else itself.
 NV GetTopStatements(cn const& body);
+// How many statements of 'kind' stand at the top of the body.
+int CountTopStatements(cn const& body, CNodeType kind);
+// The type of a model variable inside model_data, from its duality in theta and in eta:
+// "DualType", "ThetaType", "EtaType" or "double".
+char const* MemberType(char const* name);
 // Every gamma delay under 'node', depth first.
 void GetGammaDelays(cn const& node, NV& list);
+// The peak table of the top-level assignment whose right side is the peak 'name', or -1.
+int GetIPeakTable(cn const& body, char const* name);
+// A covariate that carries a stripping dose: a name of five letters or more ending in "Strip".
+bool CovariateIsStripDose(char const* name);
 extern int nFuncResult;
 extern int nFuncArg;
 
@@ -63,6 +72,27 @@ class CGenCode {
     void GenRoutineGetObsSigma(bool bName);
     void GenRoutinesForPacking(int mode);
     void GenODEInfoRoutines(int nOde, int bCanJacobian, int bCanMatexp);
+
+    // The covariate routines (gen_covariates.cpp).
+    void GenCovariateCodeOrbx();
+
+    // The subject evaluation section: start and reset of a subject (gen_subject.cpp), the
+    // evaluation of parameters (gen_eval.cpp), derivatives and advance (gen_deriv.cpp), the
+    // closed-form machines (gen_closed_form.cpp) and the Jacobian (gen_jacobian.cpp). It
+    // reports the number of integrators and whether a Jacobian and a matrix exponential can
+    // be had.
+    void GenInitSubjectEvalDerivAdvance(int& nOde, int& bCanJacobian, int& bCanMatexp);
+    void GenSubjectStart();
+    void GenParameterRoutines();
+    void GenEvaluation();
+    void GenDeriv(int nOde);
+    void GenAdvanceAndCompartments(int nOde);
+    void GenClosedFormDeclarations();
+    void GenClosedFormState();
+    void GenClosedFormTimes();
+    void GenClosedFormInit();
+    void GenResetCF();
+    void GenJacobian(int& bCanJacobian, int& bCanMatexp);
 
     cn pModel;
     cn pBody;

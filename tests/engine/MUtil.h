@@ -15,6 +15,8 @@
 #endif
 
 extern bool _can_uniform;
+extern double const _NA; // a value the data did not give
 void SetErrorMsg(char const* message);
+void ClearErrorMsg();
 void SetErrorMessageWithParams(char const* message, ...);
 extern int bEnableLogTransform;

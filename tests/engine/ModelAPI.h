@@ -4,6 +4,13 @@
 
 struct ModelCallbackTable {
     bool CantUniform() const;
+    void OnEvent(double t, double tLastDose, char const* name, int censored);
 };
 
 void GetFixefErrorInitial(double* _data);
+void ResetTime();
+void ResetCF();
+void ResetSubject();
+void EvalSParms();
+void SetTimeOfStateCF(double _t);
+void SetTimeOfGetValCF(double _t);

@@ -10,6 +10,7 @@ extern double curTime;
 extern double curTimeLastDose;
 extern int iCurWhichDose;
 extern double _dMaxTime;
+void ClearActions();
 void SwitchToSSActions();
 void SwitchToDefaultActions();
 void new_ss();

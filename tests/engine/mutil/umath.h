@@ -21,4 +21,7 @@ double ln(double x);
 double _unifControlled(int bSampleEpsilon);
 double _normControlled(int bSampleEpsilon);
 template <typename T> T _interpolate(double t, double t0, const T& v0, double t1, const T& v1);
-int GetGammaDelayDEStart(int which);
+double _TransitCorrectionFactor(double n);
+// Tables: the place of x among the n values of the x row, then a y value at that place.
+template <typename X> void _tableGetXPos(int n, const X& x, int* ix0, int* ix1, double* frac, ...);
+template <typename Y> void _tableSetYVal(int n, Y* y, int ix0, int ix1, double frac, ...);

@@ -2,13 +2,11 @@
 // contract, the depth limit, ElevateSum and GetLog by shape, and a property test that Simp
 // and ElevateSum keep the value of random expressions.
 #include "expr/expr.h"
-#include "tree_text.h"
+#include "tree_eval.h"
 #include "varo5_test.h"
 
 #include <cmath>
 #include <functional>
-#include <map>
-#include <random>
 
 using namespace tree_text;
 
@@ -242,52 +240,11 @@ TEST_F(VaroTest, ElevateSumAndGetLogShapes) {
 
 namespace {
 
-// A test-only evaluator of arithmetic trees. It notes the largest magnitude met, as a scale
-// for rounding, and whether a divisor came close to zero, where values are not comparable.
-struct Evaluator {
-    std::map<std::string, double> vars;
-    double scale = 0;
-    bool nearPole = false;
-
-    double Eval(cn const& n) {
-        double const v = EvalNode(n);
-        if (std::isfinite(v)) scale = std::max(scale, std::fabs(v));
-        return v;
-    }
-
-    double EvalNode(cn const& n) {
-        std::string const f(n->name);
-        switch (n->type) {
-            case CN_VAR: return vars.at(f);
-            case CN_NUM: return n->value;
-            case CN_ADD: return Eval(n->child1) + Eval(n->child2);
-            case CN_SUB: return Eval(n->child1) - Eval(n->child2);
-            case CN_MUL: return Eval(n->child1) * Eval(n->child2);
-            case CN_NEG: return -Eval(n->child1);
-            case CN_POW: return pow(Eval(n->child1), Eval(n->child2));
-            case CN_COND: return Eval(n->child1) != 0 ? Eval(n->child2) : Eval(n->child3);
-            case CN_DIV: {
-                double const a = Eval(n->child1), b = Eval(n->child2);
-                nearPole = nearPole || std::fabs(b) < 1e-6;
-                return a / b;
-            }
-            case CN_CALL: {
-                double const x = Eval(n->list.at(0));
-                if (f == "exp") return exp(x);
-                if (f == "sqrt") return sqrt(x);
-                EXPECT_TRUE(f == "log" || f == "ln") << f;
-                return log(x);
-            }
-            default: ADD_FAILURE() << "cannot evaluate " << Text(n); return NAN;
-        }
-    }
-};
-
 // Random arithmetic trees over x, y, z with small constants that trigger the rules (0, 1,
 // -1), and now and then the same sub-tree on both sides of an operator.
-class TreeGen {
+class TreeGen : public RandomPicks {
   public:
-    explicit TreeGen(unsigned seed) : rng(seed) {}
+    using RandomPicks::RandomPicks;
 
     N Leaf() {
         static char const* const names[] = {"x", "y", "z"};
@@ -316,13 +273,6 @@ class TreeGen {
             default: return Binary(ops[k], depth);
         }
     }
-
-    double Uniform(double lo, double hi) { return lo + (hi - lo) * (rng() / 4294967296.0); }
-
-    int Pick(int n) { return (int)(rng() % (unsigned)n); }
-
-  private:
-    std::mt19937 rng;
 };
 
 // Whether 'rewritten' has the value of the input ('expect', evaluated with scale 'scale') at

@@ -7,6 +7,7 @@
 #include "analysis/analysis.h"
 #include "modelgen/gencode.h"
 #include "modelgen/modelgen.h"
+#include "parser/parser.h"
 #include "varo5_test.h"
 
 #include <gtest/gtest.h>
@@ -16,6 +17,7 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 // Runs 'gen', a member routine of CGenCode or a callable without arguments, with g.fp on a
 // temporary file and returns everything it printed.
@@ -110,6 +112,20 @@ inline std::string Between(std::string const& text, std::string const& from,
     if (a == std::string::npos) return "";
     size_t b = text.find(to, a + from.size());
     return text.substr(a, b == std::string::npos ? std::string::npos : b - a);
+}
+
+// A generator on a parsed model text, Phase 1 done. The text stays alive with the tree.
+inline std::unique_ptr<CGenCode> AnalysedModel(std::string const& text) {
+    static std::vector<std::unique_ptr<std::string>> buffers;
+    buffers.push_back(std::make_unique<std::string>(text + std::string(16, '\0')));
+    char const* p = buffers.back()->c_str();
+    N model;
+    parsModel(p, model);
+    EXPECT_TRUE(model) << text;
+    if (!model) return nullptr;
+    auto g = std::make_unique<CGenCode>(model);
+    g->GenDllPhase1();
+    return g;
 }
 
 class GenTest : public VaroTest {

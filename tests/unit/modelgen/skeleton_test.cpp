@@ -28,17 +28,7 @@ class SkeletonTest : public VaroTest {
         unsetenv("QMIX_CPP_SOLVERS");
     }
 
-    // A generator on a parsed model, Phase 1 done.
-    std::unique_ptr<CGenCode> Analysed(std::string const& text) {
-        buffers.push_back(std::make_unique<std::string>(text + std::string(16, '\0')));
-        char const* p = buffers.back()->c_str();
-        N model;
-        parsModel(p, model);
-        EXPECT_TRUE(model) << text;
-        auto g = std::make_unique<CGenCode>(model);
-        g->GenDllPhase1();
-        return g;
-    }
+    std::unique_ptr<CGenCode> Analysed(std::string const& text) { return AnalysedModel(text); }
 
     std::string ModelH(CGenCode& g) {
         FILE* f = tmpfile();
@@ -53,8 +43,6 @@ class SkeletonTest : public VaroTest {
         fclose(f);
         return text;
     }
-
-    std::vector<std::unique_ptr<std::string>> buffers;
 };
 
 } // namespace

@@ -527,6 +527,169 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+int GetNumCovariates(){
+    return 0;
+}
+
+int GetCovariateNumber(const char* _nm){
+
+    return -1;
+}
+
+const char * GetCovariateName(int i)
+{
+    return "";
+}
+
+int GetCovariateDirection(int i){
+    // 0=backward, 1=forward, 2=interpolate
+    return -1;
+}
+
+void SetCovariate(double _t, const char* _nm, double _v)
+{
+}
+
+void SetCovariateInterp(double _t, const char* _nm, double _v1, double _dt, double _v2, int _bForward)
+{
+}
+
+int GetStripDoseName(char* _nm){
+    int _rvalue = 0;
+    if (0){
+    }
+    return _rvalue;
+}
+
+
+// routine to read out all the CF state vector
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_all_cf_state(DualType * _y)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_all_cf_state(DualType * _y)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::clear_ss_irrelevant_state(DualType * _y)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_time_of_state(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_time_of_getval(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::reset_subject()
+{
+	ResetTime();
+	ClearActions();
+	reset_integ();
+	ResetCF();
+	reset_urine();
+	reset_event();
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_delays(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_cf(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+#if defined(USE_SETTIMECF)
+    SetTimeOfStateCF(_t);
+    SetTimeOfGetValCF(_t);
+#endif
+}
+
+// routine to capture CF state, change covariates, and re-initialize CF machines
+// make sure all covariate-derived values are up to date before calling
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::reinit_cf(double _t)
+{
+	MODEL_CLASS_DECL::DualType _state[NCFMACRO*6+1];
+
+	get_all_cf_state(_state); // get the compartment values
+	init_cf(_t); // regenerate all the As
+	set_all_cf_state(_state); // put the values back in all the compartments
+}
+
+void GetNumCVMean(int* _pn){*_pn = 0;}
+void GetCVMeanName(int* _pi, char* _nm)
+{
+	if (0);
+}
+void GetCVMean(int* _pi, double* _pv)
+{
+	if (0);
+}
+void SetCVMean(int* _pi, double* _pv)
+{
+	if (0);
+}
+
+void GetNumCVMedian(int* _pn){*_pn = 0;}
+void GetCVMedianName(int* _pi, char* _nm)
+{
+	if (0);
+}
+void GetCVMedian(int* _pi, double* _pv)
+{
+	if (0);
+}
+void SetCVMedian(int* _pi, double* _pv)
+{
+	if (0);
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_subject()
+{
+	ResetSubject();
+	using NUM = MODEL_CLASS_DECL::DualType;
+	ClearErrorMsg();
+
+	odeState = ODESTATE_START;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::restart_subject_sequences()
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::restart_subject_events()
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::end_subject(int bSimulating)
+{
+	if (bSimulating){
+	}
+	// set covariates to their first settings, in case needed for secondary parameters
+}
+
 
 void RestoreFixefLowInitHighFromModel(){
 }
@@ -753,10 +916,195 @@ void   GetPackedIndexRanCov(int* _iRan, int* _jRan, int* _index){
 	*_index = -1;
 }
 
+static double _dMainSigma;
+void SetMainSigma(double* _sig)
+{
+	_dMainSigma = *_sig;
+}
+
+static int GetGammaDelayDECnt(int i_)
+{
+    return 0;
+}
+
+constexpr int GetGammaDelayDEStart(int i_)
+{
+    return NINTEG_ALL + 1 + (i_ > 0 ? GetGammaDelayDECnt(i_ - 1) : 0);
+}
+
+int GetGammaDelayDECount()
+{
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::eval_group(DualType * zzY)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	int _ix0 = 0, _ix1 = 0;	// used for table statement
+	double _xFrac = 0;
+}
+
+template <typename RES, typename NUM, typename NUM1>
+static RES calc_sum_x(int N, const NUM1 & shape_, NUM x_[])
+{
+    RES BinomialCoeff_ = RES(1);
+    RES res_ = RES(x_[0]);
+    for (int i_ = 1; i_ < N; i_++) {
+        BinomialCoeff_ = -BinomialCoeff_ * (static_cast<typename type_caster_down<RES, NUM1>::type>(shape_) - i_) / i_;
+        res_ += BinomialCoeff_ * RES(x_[i_]);
+    }
+    return res_;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::eval_assign(DualType * zzY)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	int _ix0 = 0, _ix1 = 0;	// used for table statement
+	double _xFrac = 0;
+	C = A1 / V;
+	Ka = 1.199999999999999956;
+	Cl = 0.5;
+	V = 10.0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::eval_sparams(DualType * zzY)
+{
+	if (zzY == 0) return;
+	int _ix0 = 0, _ix1 = 0;	// used for table statement
+	double _xFrac = 0;
+	eval_group(zzY);
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+    eval_assign(zzY);
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::calc_secondary()
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_secondary(int* _pn, double* _sec)
+{
+	*_pn = 0;
+}
+
+void SetModelTime(double _t)
+{
+	t = _t;
+}
+
+template <typename NUM, typename NUM1, typename NUM2>
+static void gamma_deriv(int N, const NUM1 & s_, double eps_, const NUM2 & ktr_, const NUM x_[], NUM R_[], const NUM irate_[])
+{
+    for (int i_ = 0; i_ < N; i_++)
+        R_[i_] = (s_ - (ktr_ + (i_ / (t + eps_))) * x_[i_]) + irate_[i_];
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::deriv(double _pt, DualType zzY[], DualType zzR[])
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	int _i = 0;
+	t = _pt;
+	#if defined(USE_SETTIMECF)
+		SetTimeOfGetValCF(_pt);
+	#endif
+	#if defined(THERE_ARE_INTERPOLATED_COVARIATES)
+		eval_sparams(zzY);
+	#else
+		eval_assign(zzY);
+	#endif
+
+	zzR_Aa = -Ka * Aa;
+	zzR_Aa += _Aa_irate;
+	zzR_A1 = Ka * Aa - Cl * C;
+	zzR_A1 += _A1_irate;
+	zzR[2] = 0; // extra null equation
+}
+
+	// -1.199999999999999956
+	// 1.199999999999999956
+	// 0.0
+	// -0.05000000000000000278
+	// 0.0
+	// 0.0
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::jacobian(const DualType zzY[], DualType _jacobian[])
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	memset(_jacobian, 0, sizeof(NUM)*N_ODE*N_ODE);
+
+	// rate terms for Aa
+		// w.r.t. Aa
+	_jacobian[0 + N_ODE*0] = -1.199999999999999956;
+		// forcing rate for Aa
+	_jacobian[0 + N_ODE*2] = 0.0 + globalIRate[0];
+	// rate terms for A1
+		// w.r.t. Aa
+	_jacobian[1 + N_ODE*0] = 1.199999999999999956;
+		// w.r.t. A1
+	_jacobian[1 + N_ODE*1] = -0.05000000000000000278;
+		// forcing rate for A1
+	_jacobian[1 + N_ODE*2] = 0.0 + globalIRate[1];
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_tables()
+{
+}
+
+void ResetCF()
+{
+}
+
+template <typename NUM>
+static void ode_solve(int iODELevel, double * ptOuter, double dt, NUM zzY[N_ODE]);
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::advance(int iODELevel, double *pTimeOuter, double _dt)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+	#if defined(USE_SETTIMECF)
+		SetTimeOfStateCF(*pTimeOuter);
+	#endif
+	ode_solve(iODELevel, pTimeOuter, _dt, zzY);
+
+	eval_sparams(zzY);
+}
+
+int GetNumCompartments()
+{
+	return 2;
+}
+
+int GetCompartmentNumber(const char* _nm)
+{
+	int _i = -1;
+	if (0);
+	else if (_nm[0]=='A' && strcmp(_nm, "Aa")==0) _i = 0;
+	else if (_nm[0]=='A' && strcmp(_nm, "A1")==0) _i = 1;
+	return _i;
+}
+
+void GetCompartmentName(int _pi, char* _nm)
+{
+	_nm[0] = 0;
+	if (0);
+	else if (_pi == 0) strcpy(_nm, "Aa");
+	else if (_pi == 1) strcpy(_nm, "A1");
+}
+
 // jacobian info: 2=can matexp, 1=can stiffjac, 0=no jac, -1=no odes
 void GetJacobianInfo(int & _piJacobianInfo)
 {
-	_piJacobianInfo = -1;
+	_piJacobianInfo = 2;
 }
 #undef Aa
 #undef zzR_Aa

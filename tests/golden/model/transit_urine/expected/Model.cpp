@@ -560,6 +560,192 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+int GetNumCovariates(){
+    return 0;
+}
+
+int GetCovariateNumber(const char* _nm){
+
+    return -1;
+}
+
+const char * GetCovariateName(int i)
+{
+    return "";
+}
+
+int GetCovariateDirection(int i){
+    // 0=backward, 1=forward, 2=interpolate
+    return -1;
+}
+
+void SetCovariate(double _t, const char* _nm, double _v)
+{
+}
+
+void SetCovariateInterp(double _t, const char* _nm, double _v1, double _dt, double _v2, int _bForward)
+{
+}
+
+int GetStripDoseName(char* _nm){
+    int _rvalue = 0;
+    if (0){
+    }
+    return _rvalue;
+}
+
+
+// routine to read out all the CF state vector
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_all_cf_state(DualType * _y)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_all_cf_state(DualType * _y)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::clear_ss_irrelevant_state(DualType * _y)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	_y[1] = NUM(0.0);
+}
+
+
+template <typename Model>
+void SetTransit_Ag(double _v, double* zzY, Model & m)
+{
+	int _i;
+	Ag = _v;
+	zzYx_Ag = _v;
+	for (_i = 0; _i < 3; _i++){
+		 zzYi_Ag(_i) = _v;
+	}
+}
+
+template <typename Model>
+void SetTransit_Ah(double _v, double* zzY, Model & m)
+{
+	int _i;
+	Ah = _v;
+	zzYx_Ah = _v;
+	for (_i = 0; _i < 50; _i++){
+		 zzYi_Ah(_i) = _v;
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_time_of_state(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_time_of_getval(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::reset_subject()
+{
+	ResetTime();
+	ClearActions();
+	reset_integ();
+	ResetCF();
+	reset_urine();
+	reset_event();
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_delays(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_cf(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+#if defined(USE_SETTIMECF)
+    SetTimeOfStateCF(_t);
+    SetTimeOfGetValCF(_t);
+#endif
+}
+
+// routine to capture CF state, change covariates, and re-initialize CF machines
+// make sure all covariate-derived values are up to date before calling
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::reinit_cf(double _t)
+{
+	MODEL_CLASS_DECL::DualType _state[NCFMACRO*6+1];
+
+	get_all_cf_state(_state); // get the compartment values
+	init_cf(_t); // regenerate all the As
+	set_all_cf_state(_state); // put the values back in all the compartments
+}
+
+void GetNumCVMean(int* _pn){*_pn = 0;}
+void GetCVMeanName(int* _pi, char* _nm)
+{
+	if (0);
+}
+void GetCVMean(int* _pi, double* _pv)
+{
+	if (0);
+}
+void SetCVMean(int* _pi, double* _pv)
+{
+	if (0);
+}
+
+void GetNumCVMedian(int* _pn){*_pn = 0;}
+void GetCVMedianName(int* _pi, char* _nm)
+{
+	if (0);
+}
+void GetCVMedian(int* _pi, double* _pv)
+{
+	if (0);
+}
+void SetCVMedian(int* _pi, double* _pv)
+{
+	if (0);
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_subject()
+{
+	ResetSubject();
+	using NUM = MODEL_CLASS_DECL::DualType;
+	ClearErrorMsg();
+
+	odeState = ODESTATE_START;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::restart_subject_sequences()
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::restart_subject_events()
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::end_subject(int bSimulating)
+{
+	if (bSimulating){
+	}
+	// set covariates to their first settings, in case needed for secondary parameters
+}
+
 
 void RestoreFixefLowInitHighFromModel(){
 }
@@ -786,10 +972,222 @@ void   GetPackedIndexRanCov(int* _iRan, int* _jRan, int* _index){
 	*_index = -1;
 }
 
+static double _dMainSigma;
+void SetMainSigma(double* _sig)
+{
+	_dMainSigma = *_sig;
+}
+
+static int GetGammaDelayDECnt(int i_)
+{
+    return 0;
+}
+
+constexpr int GetGammaDelayDEStart(int i_)
+{
+    return NINTEG_ALL + 1 + (i_ > 0 ? GetGammaDelayDECnt(i_ - 1) : 0);
+}
+
+int GetGammaDelayDECount()
+{
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::eval_group(DualType * zzY)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	int _ix0 = 0, _ix1 = 0;	// used for table statement
+	double _xFrac = 0;
+}
+
+template <typename RES, typename NUM, typename NUM1>
+static RES calc_sum_x(int N, const NUM1 & shape_, NUM x_[])
+{
+    RES BinomialCoeff_ = RES(1);
+    RES res_ = RES(x_[0]);
+    for (int i_ = 1; i_ < N; i_++) {
+        BinomialCoeff_ = -BinomialCoeff_ * (static_cast<typename type_caster_down<RES, NUM1>::type>(shape_) - i_) / i_;
+        res_ += BinomialCoeff_ * RES(x_[i_]);
+    }
+    return res_;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::eval_assign(DualType * zzY)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	int _ix0 = 0, _ix1 = 0;	// used for table statement
+	double _xFrac = 0;
+	mtt = 2.0;
+	n = 2.5;
+	k = 0.1000000000000000056;
+	zzN_Ag = n;
+	if (zzN_Ag < 0) zzN_Ag = 0;
+	if (zzN_Ag >= 3) zzN_Ag = 3 - 1e-6;
+	zzMTT_Ag = mtt;
+	if (zzMTT_Ag <= 0) zzMTT_Ag = 1e-15;
+	zzK_Ag = (zzN_Ag+1)/zzMTT_Ag;
+	zzI_Ag = (int)floor(zzN_Ag);
+	zzF_Ag = zzN_Ag - (double)zzI_Ag;
+	zzN_Ah = n;
+	if (zzN_Ah < 0) zzN_Ah = 0;
+	if (zzN_Ah >= 50) zzN_Ah = 50 - 1e-6;
+	zzMTT_Ah = mtt;
+	if (zzMTT_Ah <= 0) zzMTT_Ah = 1e-15;
+	zzK_Ah = (zzN_Ah+1)/zzMTT_Ah;
+	zzI_Ah = (int)floor(zzN_Ah);
+	zzF_Ah = zzN_Ah - (double)zzI_Ah;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::eval_sparams(DualType * zzY)
+{
+	if (zzY == 0) return;
+	int _ix0 = 0, _ix1 = 0;	// used for table statement
+	double _xFrac = 0;
+	eval_group(zzY);
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+    eval_assign(zzY);
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::calc_secondary()
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_secondary(int* _pn, double* _sec)
+{
+	*_pn = 0;
+}
+
+void SetModelTime(double _t)
+{
+	t = _t;
+}
+
+template <typename NUM, typename NUM1, typename NUM2>
+static void gamma_deriv(int N, const NUM1 & s_, double eps_, const NUM2 & ktr_, const NUM x_[], NUM R_[], const NUM irate_[])
+{
+    for (int i_ = 0; i_ < N; i_++)
+        R_[i_] = (s_ - (ktr_ + (i_ / (t + eps_))) * x_[i_]) + irate_[i_];
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::deriv(double _pt, DualType zzY[], DualType zzR[])
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	int _i = 0;
+	t = _pt;
+	#if defined(USE_SETTIMECF)
+		SetTimeOfGetValCF(_pt);
+	#endif
+	#if defined(THERE_ARE_INTERPOLATED_COVARIATES)
+		eval_sparams(zzY);
+	#else
+		eval_assign(zzY);
+	#endif
+
+	zzR_A1 = -k * A1;
+	zzR_A1 += _A1_irate;
+	zzR_U = k * A1 * 0.5;
+	// beginning of transit(Ag) code
+	for (_i = 0; _i < 2; _i++){
+		zzRi_Ag(_i) = zzK_Ag * (zzYi_Ag(_i+1) - zzYi_Ag(_i));
+	}
+	zzRi_Ag(2) = zzK_Ag * - zzYi_Ag(2);
+	zzRx_Ag = zzK_Ag * (zzYi_Ag(0) - zzYx_Ag);
+	zzRi_Ag(zzI_Ag) += _Ag_irate; // add the infusion rate
+	// get the flow rate into Ag
+	if (zzYi_Ag(0) > 0 && zzYx_Ag > 0){
+		zzR_Ag = zzK_Ag
+		 * _TransitCorrectionFactor(zzN_Ag)
+		 * exp(log(zzYi_Ag(0))*(1-zzF_Ag)+log(zzYx_Ag)*zzF_Ag); // log-interpolated rate
+	} else {zzR_Ag = 0;}
+	//       end of transit(Ag) code
+	// beginning of transit(Ah) code
+	for (_i = 0; _i < 49; _i++){
+		zzRi_Ah(_i) = zzK_Ah * (zzYi_Ah(_i+1) - zzYi_Ah(_i));
+	}
+	zzRi_Ah(49) = zzK_Ah * - zzYi_Ah(49);
+	zzRx_Ah = zzK_Ah * (zzYi_Ah(0) - zzYx_Ah);
+	zzRi_Ah(zzI_Ah) += _Ah_irate; // add the infusion rate
+	// get the flow rate into Ah
+	if (zzYi_Ah(0) > 0 && zzYx_Ah > 0){
+		zzR_Ah = zzK_Ah
+		 * _TransitCorrectionFactor(zzN_Ah)
+		 * exp(log(zzYi_Ah(0))*(1-zzF_Ah)+log(zzYx_Ah)*zzF_Ah); // log-interpolated rate
+	} else {zzR_Ah = 0;}
+	//       end of transit(Ah) code
+	zzR[59] = 0; // extra null equation
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::jacobian(const DualType zzY[], DualType _jacobian[])
+{
+	// cannot gen jacobian because cannot differentiate rate expressions
+	// or >= 20 integrators
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_tables()
+{
+}
+
+void ResetCF()
+{
+}
+
+template <typename NUM>
+static void ode_solve(int iODELevel, double * ptOuter, double dt, NUM zzY[N_ODE]);
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::advance(int iODELevel, double *pTimeOuter, double _dt)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+	#if defined(USE_SETTIMECF)
+		SetTimeOfStateCF(*pTimeOuter);
+	#endif
+	ode_solve(iODELevel, pTimeOuter, _dt, zzY);
+
+	eval_sparams(zzY);
+}
+
+int GetNumCompartments()
+{
+	return 4;
+}
+
+int GetCompartmentNumber(const char* _nm)
+{
+	int _i = -1;
+	if (0);
+	else if (_nm[0]=='A' && strcmp(_nm, "A1")==0) _i = 0;
+	else if (_nm[0]=='U' && strcmp(_nm, "U")==0) _i = 1;
+	else if (_nm[0]=='A' && strcmp(_nm, "Ag")==0) _i = 2;
+	else if (_nm[0]=='A' && strcmp(_nm, "Ah")==0) _i = 3;
+	return _i;
+}
+
+void GetCompartmentName(int _pi, char* _nm)
+{
+	_nm[0] = 0;
+	if (0);
+	else if (_pi == 0) strcpy(_nm, "A1");
+	else if (_pi == 1) strcpy(_nm, "U");
+	else if (_pi == 2) strcpy(_nm, "Ag");
+	else if (_pi == 3) strcpy(_nm, "Ah");
+}
+
 // jacobian info: 2=can matexp, 1=can stiffjac, 0=no jac, -1=no odes
 void GetJacobianInfo(int & _piJacobianInfo)
 {
-	_piJacobianInfo = -1;
+	_piJacobianInfo = 0;
 }
 #undef A1
 #undef zzR_A1
