@@ -211,6 +211,17 @@ static std::vector<SV const*> CompartmentLists(CGenCode const& g) {
             &g.saCFMacro2, &g.saTransit2, &g.saTransit};
 }
 
+int CGenCode::GetCompartmentNumber(char const* name) const {
+    if (!name || !name[0]) return -1; // an empty depot entry is no compartment
+    int i = 0;
+    for (SV const* list : CompartmentLists(*this))
+        for (String const& s : *list) {
+            if (s == name) return i;
+            i++;
+        }
+    return -1;
+}
+
 // int GetNumCompartments() ... int GetCompartmentNumber(const char* _nm) ...
 // void GetCompartmentName(int _pi, char* _nm)
 static void GenCompartmentRoutines(CGenCode const& g) {

@@ -256,6 +256,28 @@ void CGenCode::CheckPowersOfTime() {
     }
 }
 
+// The right side of the first assignment to 'name' in the stparm statements, or null.
+static N FirstStparmRhs(cn const& body, char const* name) {
+    for (N const& s : GetTopStatements(body)) {
+        if (!s || s->type != CN_STPARM) continue;
+        for (N const& a : s->list)
+            if (a && a->type == CN_ASSIGN && a->child1 && a->child1->type == CN_VAR &&
+                a->child1->name == name)
+                return a->child2;
+    }
+    return N();
+}
+
+// Step 8: a structural parameter written `V = V` beside a fixed effect V is a plain copy of it.
+void CGenCode::DetectStparmsDuplicatingFixefs() {
+    naStparmDuplicatesFixef.clear();
+    for (String const& name : saStruct) {
+        N rhs = FirstStparmRhs(pBody, name);
+        bool copy = rhs && rhs->type == CN_VAR && rhs->name == name && MemberOf(name, saFixef) >= 0;
+        naStparmDuplicatesFixef.push_back(copy ? 1 : 0);
+    }
+}
+
 // All analysis, before any output file is opened.
 void CGenCode::GenDllPhase1() {
     RunWalkers();
@@ -266,6 +288,7 @@ void CGenCode::GenDllPhase1() {
     DecideDualNumbers();
     FreezeUnusedFixefs(used);
     StoreCounts();
+    DetectStparmsDuplicatingFixefs();
     if (bTimeBased && !sTimeVar[0]) sTimeVar = "t";
     DecideGaussianFit();
     bAllowLogTransform = 0;
@@ -379,6 +402,8 @@ void CGenCode::GenModelCpp(NV const& includes) {
     fputs(preludeD, fp);
     GenUserIncludes(includes);
     GenModellingGlobalVariableDeclarations();
+    GenSequenceClasses();
+    GenEventSimClasses();
     GenCovariateCodeOrbx();
     pModel->AssertValid();
     int nOde = 0, bCanJacobian = 0, bCanMatexp = 0;

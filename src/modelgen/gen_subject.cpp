@@ -341,4 +341,7 @@ void CGenCode::GenInitSubjectEvalDerivAdvance(int& nOde, int& bCanJacobian, int&
     if (bTimeBased) GenDeriv(nOde);
     GenJacobian(bCanJacobian, bCanMatexp);
     GenAdvanceAndCompartments(nOde);
+    GenDosingSubroutines(1);
+    GenDosingSubroutines(2);
+    GenAddToCpt();
 }

@@ -25,6 +25,8 @@ char const* MemberType(char const* name);
 void GetGammaDelays(cn const& node, NV& list);
 // The peak table of the top-level assignment whose right side is the peak 'name', or -1.
 int GetIPeakTable(cn const& body, char const* name);
+// Adds the sleeps of action code to 'count', through if, while and blocks.
+void CountSequenceStates(NV const& list, int& count);
 // A covariate that carries a stripping dose: a name of five letters or more ending in "Strip".
 bool CovariateIsStripDose(char const* name);
 extern int nFuncResult;
@@ -52,6 +54,7 @@ class CGenCode {
     void DecideDualNumbers();
     void FreezeUnusedFixefs(SV const& used);
     void StoreCounts();
+    void DetectStparmsDuplicatingFixefs();
     void DecideGaussianFit();
     void CheckPowersOfTime();
 
@@ -93,6 +96,19 @@ class CGenCode {
     void GenClosedFormInit();
     void GenResetCF();
     void GenJacobian(int& bCanJacobian, int& bCanMatexp);
+
+    // Dosing and action code (gen_dosing.cpp, gen_actions.cpp).
+    void GenDosingSubroutines(int level);
+    void GenAddToCpt();
+    void GenSequenceClasses();
+    void GenEventSimClasses();
+    void GenActionCode(NV const& stmts, int indent, bool prologue) const;
+    void GenActionCode(cn const& stmt, int indent, bool prologue) const;
+    void GenSequenceActionCode(cn const& stmt, int indent, int seq, int& state) const;
+
+    // The place of a compartment in the chain deriv, urine, machine centrals, depots, cfMacro
+    // machines, delayInfCpt, transit; -1 for a name that is none.
+    int GetCompartmentNumber(char const* name) const;
 
     cn pModel;
     cn pBody;

@@ -45,3 +45,9 @@ template <typename NUM, typename K> void CF2AppendKaNew(cf_m<NUM>* m, const K& k
 template <typename NUM> void CF2SetTimeOfState(cf_m<NUM>* m, double t);
 template <typename NUM> void CF2SetTimeOfGetVal(cf_m<NUM>* m, double t);
 template <typename NUM> void CF2Advance(cf_m<NUM>* m, double dt);
+
+// Doses: an amount into the central compartment or the depot, or a change of their rates.
+template <typename NUM, typename V> void CF2AddVal1(cf_m<NUM>* m, const V& v);
+template <typename NUM, typename V> void CF2AddValA(cf_m<NUM>* m, const V& v);
+template <typename NUM, typename V> void CF2AddRate1(cf_m<NUM>* m, const V& v);
+template <typename NUM, typename V> void CF2AddRateA(cf_m<NUM>* m, const V& v);

@@ -11,7 +11,7 @@ enum {
     ODELEVEL_CDOPRI
 };
 
-enum { ODESTATE_START = 1, ODESTATE_UNDERWAY = 2 };
+enum { ODESTATE_START = 1, ODESTATE_UNDERWAY = 2, ODESTATE_CHANGE = 3 };
 
 extern int odeState;
 int ODESolve(int iODELevel, double* ptOuter, double dt, double zzY[]);

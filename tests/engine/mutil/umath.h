@@ -18,6 +18,7 @@ template <typename T1, typename T2, typename T3, typename T4>
 double gammCDF(const T1& t, const T2& shape, const T3& scale, const T4& lgam);
 template <typename NUM, typename... Args> NUM CalcTMax(Args const&... args);
 double ln(double x);
+double lgamm(double x);
 double _unifControlled(int bSampleEpsilon);
 double _normControlled(int bSampleEpsilon);
 template <typename T> T _interpolate(double t, double t0, const T& v0, double t1, const T& v1);

@@ -188,10 +188,10 @@ TEST_F(JacobianTest, CompiledRoutineGivesTheRateCoefficients) {
     std::uniform_real_distribution<double> value(0.1, 10.0);
     for (LinearModel const& m : models) {
         int info = 0;
-        std::string body = JacobianBody(Section(m.text, info));
+        std::string routine = JacobianBody(Section(m.text, info));
         ASSERT_EQ(2, info) << m.text;
         ASSERT_EQ(0, system(("mkdir -p " + dir).c_str()));
-        ASSERT_TRUE(BuildHarness(body, m, dir)) << body;
+        ASSERT_TRUE(BuildHarness(routine, m, dir)) << routine;
         int n = m.nRates, nOde = n + 1;
         for (int point = 0; point < 5; point++) {
             std::vector<double> params, input;

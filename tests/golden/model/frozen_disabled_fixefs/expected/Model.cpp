@@ -590,6 +590,18 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void AddToCpt(int _iCpt, double _dv);	// forward declaration
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::sequence_action(int _seq, double _t)
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::event_action(int _event, double _t)
+{
+}
+
 int GetNumCovariates(){
     return 0;
 }
@@ -1396,6 +1408,206 @@ void GetCompartmentName(int _pi, char* _nm)
 	else if (_pi == 0) strcpy(_nm, "A");
 }
 
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_bolus1(int _mark, double _tRel, int _iCpt, double _amt, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	double _tlag = 0;
+	double _rate = 1, _dt = 1;
+	NUM _bio(1);
+	if (0){
+	} else if (_iCpt==0){
+        NUM _dualAmt = _amt * _bio;
+		int _pos = 0;
+
+		    _pos = insert_action(_tRel        , 0, ZZACTION_DOSETIME);		// mark dose requested time
+		           insert_action(_tRel + _tlag, 0, ZZACTION_BOLUS1, make_action_data(_iCpt, _dualAmt), _pos);		// bolus with dual payload
+        if (_mark) insert_action(_tRel        , 0,   ZZMARK_BOLUS1, make_action_data(_iCpt, _amt, 0), _pos);		// mark bolus requested time
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_iv1(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	if (_rate <= 0) return;
+
+	double _dt = _amt / _rate;
+
+	if (_dt <= 0) return;
+
+	double _tlag = 0;
+	NUM _bio(1);
+	if (0){
+	} else if (_iCpt==0){
+		int _pos = 0;
+
+		NUM _dualRate = _rate * _bio;
+		           _pos = insert_action(_tRel              , 0, ZZACTION_DOSETIME);		// mark dose time
+		                  insert_action(_tRel + _tlag      , 0, ZZACTION_INFSTRT1, make_action_data(_iCpt, _dualRate), _pos);	// start inf with dual payload
+		if (_mark) _pos = insert_action(_tRel              , 0,   ZZMARK_INFSTRT1, make_action_data(_iCpt, _amt, _rate), _pos);		// start/end inf
+		                  insert_action(_tRel + _tlag + _dt, 0,  ZZACTION_INFEND1, make_action_data(_iCpt, _dualRate), _pos);	// end inf with dual payload
+	}
+}
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_bolus1(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+    else if (_iCpt==0)
+    {
+		zzY[_iCpt] += _dv;
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_start1(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+    else if (_iCpt==0)
+    {
+		globalIRate[_iCpt] += _dv;
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_end1(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+    else if (_iCpt==0)
+   {
+		globalIRate[_iCpt] -= _dv;
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_bolus2(int _mark, double _tRel, int _iCpt, double _amt, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	double _tlag = 0;
+	double _rate = 1, _dt = 1;
+	NUM _bio(1);
+	if (0){
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_iv2(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	if (_rate <= 0) return;
+
+	double _dt = _amt / _rate;
+
+	if (_dt <= 0) return;
+
+	double _tlag = 0;
+	NUM _bio(1);
+	if (0){
+	}
+}
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_bolus2(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_start2(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_end2(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+
+	if (0){
+	} else if (_iCpt==0){
+		zzY[_iCpt] += _dv;
+	}
+}
 // jacobian info: 2=can matexp, 1=can stiffjac, 0=no jac, -1=no odes
 void GetJacobianInfo(int & _piJacobianInfo)
 {

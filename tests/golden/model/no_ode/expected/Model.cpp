@@ -499,6 +499,18 @@ void SetVarUnits(const char* _nm, const char* _units)
 {
 }
 
+void AddToCpt(int _iCpt, double _dv);	// forward declaration
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::sequence_action(int _seq, double _t)
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::event_action(int _event, double _t)
+{
+}
+
 int GetNumCovariates(){
     return 0;
 }
@@ -1016,6 +1028,177 @@ void GetCompartmentName(int _pi, char* _nm)
 	if (0);
 }
 
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_bolus1(int _mark, double _tRel, int _iCpt, double _amt, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	double _tlag = 0;
+	double _rate = 1, _dt = 1;
+	NUM _bio(1);
+	if (0){
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_iv1(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	if (_rate <= 0) return;
+
+	double _dt = _amt / _rate;
+
+	if (_dt <= 0) return;
+
+	double _tlag = 0;
+	NUM _bio(1);
+	if (0){
+	}
+}
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_bolus1(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_start1(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_end1(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_bolus2(int _mark, double _tRel, int _iCpt, double _amt, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	double _tlag = 0;
+	double _rate = 1, _dt = 1;
+	NUM _bio(1);
+	if (0){
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_iv2(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	if (_rate <= 0) return;
+
+	double _dt = _amt / _rate;
+
+	if (_dt <= 0) return;
+
+	double _tlag = 0;
+	NUM _bio(1);
+	if (0){
+	}
+}
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_bolus2(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_start2(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_end2(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+
+	if (0){
+	}
+}
 // jacobian info: 2=can matexp, 1=can stiffjac, 0=no jac, -1=no odes
 void GetJacobianInfo(int & _piJacobianInfo)
 {
