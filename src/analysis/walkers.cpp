@@ -60,18 +60,26 @@ static void CountUse(char const* name, SV& names, std::vector<int>& counts) {
     counts.push_back(1);
 }
 
+// Whether child2 of a node of 'type' holds a word rather than an expression: the member in
+// `a.b`, the link function of multi and ordinal, the type of LL.
+static bool HasWordInChild2(CNodeType type) {
+    return type == CN_NONE || type == CN_MEMBER || type == CN_MULTI || type == CN_LL;
+}
+
 // Every variable under 'node', with its number of uses. A peak counts as its own name and is
-// not entered; the member in `a.b` and the distribution of a delayInfCpt are no variables.
+// not entered; the words of HasWordInChild2 and the distribution names of delayInfCpt
+// (child4) and delay (its list) are no variables.
 void CollectVars(cn const& node, SV& names, std::vector<int>& counts) {
     if (!node) return;
     if (node->type == CN_VAR || node->type == CN_PEAK) return CountUse(node->name, names, counts);
     CollectVars(node->child1, names, counts);
-    if (node->type != CN_NONE && node->type != CN_MEMBER) CollectVars(node->child2, names, counts);
+    if (!HasWordInChild2(node->type)) CollectVars(node->child2, names, counts);
     CollectVars(node->child3, names, counts);
     if (node->type != CN_DELAYINFCPT) CollectVars(node->child4, names, counts);
     CollectVars(node->appendix.get(), names, counts);
     CollectVars(node->doseOption.get(), names, counts);
     CollectVars(node->extra.get(), names, counts);
+    if (node->type == CN_DELAY) return;
     for (N const& entry : node->list)
         CollectVars(entry, names, counts);
 }

@@ -112,7 +112,7 @@ void parsHookAction(char const*& p, N& out) {
 void parsAppendix(char const*& p, N node, int allowSimulate) {
     N hooks[3];
     char const* const words[3] = {"dobefore", "doafter", "simulate"};
-    char const* mark = p;
+    char const* mark = ScanWhite(p); // after white space, so no line is counted twice
     while (*ScanWhite(p)) {
         seeChar(p, ',');
         int i = 0;

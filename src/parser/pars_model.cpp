@@ -110,6 +110,13 @@ static void parse_stmt_impl(char const*& p, N& out) {
     if (seeWord(p, "interpolate")) return parsCovariateStmt(p, out, CN_INTERPOLATE);
     if (seeWord(p, "table")) return parsTableStmt(p, out);
     if (seeWord(p, "error")) return parsErrorStmt(p, out);
+    if (seeWord(p, "LL")) return parsLLStmt(p, out);
+    if (seeWord(p, "multi")) return parsMultiStmt(p, out);
+    if (seeWord(p, "ordinal")) return parsOrdinalStmt(p, out);
+    if (seeWord(p, "event")) return parsEventStmt(p, out);
+    if (seeWord(p, "count")) return parsCountStmt(p, out);
+    if (seeWord(p, "observe1")) return parsObserve1Stmt(p, out);
+    if (seeWord(p, "observe")) return parsObserveStmt(p, out);
     if (seeWord(p, "group")) return parsAssignListStmt(p, out, CN_GROUP);
     if (seeWord(p, "stparm")) return parsAssignListStmt(p, out, CN_STPARM);
     if (seeWord(p, "secondary")) return parsAssignListStmt(p, out, CN_SECONDARY);

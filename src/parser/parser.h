@@ -71,6 +71,15 @@ N parse_name_list(char const*& p);
 // Any number of "(freeze)"; sets child1 of 'names' to 1.
 void parsRanefFreeze(char const*& p, N& names);
 
+// Observation statements.
+void parsObserveStmt(char const*& p, N& out);
+void parsObserve1Stmt(char const*& p, N& out);
+void parsMultiStmt(char const*& p, N& out);
+void parsOrdinalStmt(char const*& p, N& out);
+void parsLLStmt(char const*& p, N& out);
+void parsEventStmt(char const*& p, N& out);
+void parsCountStmt(char const*& p, N& out);
+
 // Action code.
 void parsSequenceStmt(char const*& p, N& out, int allowSleep);
 void parsSequence(char const*& p, N& out);

@@ -89,6 +89,15 @@ TEST_F(WalkersTest, CollectVarsReadsOptionsActionsAndSkipsTheDelayDistribution) 
     CollectVars(body->list[1], delay);
     EXPECT_EQ((Names{"D", "mt", "sh"}), Texts(delay));
 
+    // Link functions, the type of LL and the distribution of delay() are words as well.
+    SV words;
+    CollectVars(Body("multi(y(t), ilogit, a)\n"
+                     "ordinal(y, probit, s, b, c)\n"
+                     "LL(z, e, type = cont)\n"
+                     "x = delay(u, 2, dist = Weibull)"),
+                words);
+    EXPECT_EQ((Names{"t", "a", "s", "b", "c", "e", "x", "u"}), Texts(words));
+
     // The options of a count statement; its name is no use of a variable.
     N count = Named(CN_COUNT, "n");
     count->child1 = Var("mu");
