@@ -121,3 +121,14 @@ void CollectUsedVars(SV const& starts, SV& used);
 
 // Whether a name of dual_vars occurs in the tree, as CountContains sees it (dual.cpp).
 bool has_dual_vars(cn const& node);
+
+// ---- Semantic checks (checks.cpp) ------------------------------------------------------------
+// The model itself is checked by CGenCode::GenDllPhase1GetSemanticErrors.
+
+// Warns of each entry of 'names' missing from 'used': "<word> 'name' is not used".
+void CheckVarUse(char const* word, SV const& names, SV const& used);
+// The file samplers of a trial program's model, or of each of its models, against the model.
+void CheckModel(cn const& model);
+void CheckModels(NV const& models);
+// 'node' with each variable of 'names' replaced by one shared number 0.
+N zero_error(cn const& node, SV const& names);

@@ -43,7 +43,14 @@ int doit() {
     if (bFatalError) return 1;
     if (!model) return 0;
     model->AssertValid();
-    if (bGetTextModelInfo) return 0; // the model information file comes with its generator
+    if (bGetTextModelInfo) {
+        // Phase 1 refuses a wrong model before any file exists; the information file itself
+        // comes with its generator.
+        CGenCode info(model);
+        info.iGenTypes = iGenModelTypes;
+        info.GenDllPhase1();
+        return 0;
+    }
     std::string hPath = OutputPath("Model.h"), cppPath = OutputPath("Model.cpp");
     CGenCode gen(model);
     gen.GenOrbxDLL(sInFile, hPath.c_str(), cppPath.c_str(), iGenModelTypes, includes);

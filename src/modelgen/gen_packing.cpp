@@ -314,34 +314,6 @@ void CGenCode::GenRoutinesForFixefError(int mode) {
 
 // ---- Sigma of each observation ----------------------------------------------------------------
 
-// The error variable of an observation expression: the one name of saError that it contains
-// once. Prints what is wrong and returns false when there is none, or one twice, or two.
-static bool GetObservationError(CGenCode const& g, cn const& expr, int& index) {
-    index = -1;
-    for (size_t j = 0; j < g.saError.size(); j++) {
-        int count = expr ? expr->CountContains(g.saError[j]) : 0;
-        if (count > 1) {
-            fprintf(stderr,
-                    "Error: An error variable (%s) appears more than once in observation "
-                    "expression\r\n",
-                    C(g.saError[j]));
-            return false;
-        }
-        if (count == 1 && index >= 0) {
-            fprintf(stderr,
-                    "Error: More than one error variable (%s) appears in observation "
-                    "expression\r\n",
-                    C(g.saError[j]));
-            return false;
-        }
-        if (count == 1) index = int(j);
-    }
-    if (index >= 0) return true;
-    fprintf(stderr, "Error: there is an observation expression that does not contain an error "
-                    "variable\r\n");
-    return false;
-}
-
 [[noreturn]] static void EndRun() {
     exit(1);
 }
@@ -355,7 +327,8 @@ static bool GetObservationError(CGenCode const& g, cn const& expr, int& index) {
 // 	return _std;
 // }
 // and with 'bName' GetObsSigmaName, which returns the name of each observation's error.
-// An observation without a proper error variable ends the run; the message is printed.
+// An observation without a proper error variable ends the run, after the message that
+// GenEpsilonExpression prints; one that can't be solved for its error ends it silently.
 void CGenCode::GenRoutineGetObsSigma(bool bName) {
     if (bName)
         fprintf(fp, "const char * GetObsSigmaName(int _piWhichObs){\n");
@@ -366,15 +339,19 @@ void CGenCode::GenRoutineGetObsSigma(bool bName) {
     int obs = 0;
     for (N const& s : GetTopStatements(pBody)) {
         if (!s || s->type != CN_OBSERVE) continue;
-        int j;
-        if (!GetObservationError(*this, s->child2, j)) EndRun();
-        char const* nm = saError[j];
+        N solved;
+        String err;
+        int frozen = 0;
+        if (!GenEpsilonExpression(s->name, s->child2, solved, err, frozen)) EndRun();
+        int j = MemberOf(err, saError);
+        if (j < 0) EndRun();
+        char const* nm = saError[size_t(j)];
         fprintf(fp, "\t} else if (_piWhichObs == %d){\n", obs++);
         if (bName) {
             fprintf(fp, "\t\treturn \"%s\";\n", nm);
-        } else if (IsErrorFrozen(*this, j)) {
+        } else if (frozen) {
             fprintf(fp, "\t\t// error %s is frozen\n", nm);
-            fprintf(fp, "\t\t_std = %g;\n", At(daErrorInit, j, 0.0));
+            fprintf(fp, "\t\t_std = %g;\n", At(daErrorInit, size_t(j), 0.0));
         } else {
             fprintf(fp, "\t\t_std = _fixef[%d];\n", NFixef(*this) + j);
         }

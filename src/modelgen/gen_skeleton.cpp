@@ -119,6 +119,7 @@ void GetGammaDelays(cn const& node, NV& list) {
 void CGenCode::RunWalkers() {
     CollectIntegVars(pModel, saInteg);
     CollectCFMacroVars(pModel, saCFMacro, saCFStrip);
+    GetSortedObserveStmts(pModel, paSortedObserve);
     for (String const& strip : saCFStrip)
         if (strip[0]) saCFStripNonEmpty.push_back(strip);
     // The outputs of micro-constant machines and their depots are read through macros.
@@ -244,6 +245,17 @@ void CGenCode::DecideGaussianFit() {
     if (!anyFree) bAllowGaussianFit = 0;
 }
 
+// Step 11: one observation whose error is a factor exp(eps) allows the log scale for the model.
+void CGenCode::DecideLogTransform() {
+    bAllowLogTransform = 0;
+    if (saError.size() != 1) return;
+    for (N const& s : GetTopStatements(pBody))
+        if (s && s->type == CN_OBSERVE && s->child2 && CanLogTransform(s->child2)) {
+            bAllowLogTransform = 1;
+            return;
+        }
+}
+
 // Step 12: walks the assignments for the warnings about powers of time.
 void CGenCode::CheckPowersOfTime() {
     CheckVisitor check;
@@ -287,11 +299,14 @@ void CGenCode::GenDllPhase1() {
     FillAssignments();
     DecideDualNumbers();
     FreezeUnusedFixefs(used);
+    CheckVarUse("Random effect", saRanef5, used);
+    CheckVarUse("Structural parameter", saStruct, used);
     StoreCounts();
     DetectStparmsDuplicatingFixefs();
+    GenDllPhase1GetSemanticErrors(); // ends the run on a wrong model
     if (bTimeBased && !sTimeVar[0]) sTimeVar = "t";
     DecideGaussianFit();
-    bAllowLogTransform = 0;
+    DecideLogTransform();
     CheckPowersOfTime();
 }
 
@@ -409,7 +424,19 @@ void CGenCode::GenModelCpp(NV const& includes) {
     int nOde = 0, bCanJacobian = 0, bCanMatexp = 0;
     GenInitSubjectEvalDerivAdvance(nOde, bCanJacobian, bCanMatexp);
     pModel->AssertValid();
+    CollectUniqueVars();
+    GenEndObsCode();
+    GradientProcessing32();
     GenODEInfoRoutines(nOde, bCanJacobian, bCanMatexp);
+    GenGetObservationNumber();
+    GenObservationCode(0);
+    GenPredVFCorrectionFactor();
+    for (int code : {3, 2, 4, 5, 6})
+        GenObsAndPredNameCode(code);
+    GenUnifNormControlled();
+    GenObservationCode(7);
+    GenObservationCode(8);
+    GenObservationSimTblCode();
     FinishModelCpp();
 }
 
@@ -442,6 +469,7 @@ void CGenCode::GenOrbxDLL(char const* modelFileName, char const* headerPath, cha
                           int genTypes, NV const& includes) {
     iGenTypes = genTypes;
     GenDllPhase1();
+    CheckObservationErrors();
     std::string id = get_model_id(modelFileName);
     long runTime = long(uint32_t(time(nullptr)));
     fp = fopen(headerPath, "wb");

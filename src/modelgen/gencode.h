@@ -12,6 +12,21 @@ typedef std::vector<unsigned short> NaList;
 
 extern int want_cpp_solvers;
 
+// The error, mean and variance function of an observe statement, and the expression solved for
+// its error with the observed name replaced by _v1.
+struct ObsMeanVar {
+    N mean, var, solved;
+    String err;
+    int frozen = 0;
+    int errIndex = -1;
+};
+
+// The two time arguments of OnObserve.
+struct ObsTimeArgs {
+    char const* time;
+    char const* lastDose;
+};
+
 // Records a macro that the generated text defines for a model variable.
 void AddMacro(char const* name);
 // The statements at the top of a model body: its list when it is a block, else itself.
@@ -55,6 +70,7 @@ class CGenCode {
     void FreezeUnusedFixefs(SV const& used);
     void StoreCounts();
     void DetectStparmsDuplicatingFixefs();
+    void GenDllPhase1GetSemanticErrors() const;
     void DecideGaussianFit();
     void CheckPowersOfTime();
 
@@ -75,6 +91,37 @@ class CGenCode {
     void GenRoutineGetObsSigma(bool bName);
     void GenRoutinesForPacking(int mode);
     void GenODEInfoRoutines(int nOde, int bCanJacobian, int bCanMatexp);
+
+    // The algebra of observation statements (obs_algebra.cpp).
+    void GetSortedObserveStmts(cn const& model, NV& out);
+    void SortObserveStmt(NV& stmts);
+    int GenEpsilonExpression(char const* obsName, cn const& expr, N& solved, String& errName,
+                             int& frozen) const;
+    void GenMeanVarianceExpr(cn const& expr, N& mean, N& var, int& iFail) const;
+    void GenMeanSigExpr(cn const& expr, N& mean, N& sig, int& iFail) const;
+    int CanLogTransform(cn const& expr) const;
+    void DecideLogTransform();
+    void CheckObservationErrors() const;
+
+    // What the observation routines share (obs_common.cpp). 'which' of GetAppendixAction is 0
+    // for dobefore, 1 for doafter, 2 for simulate.
+    ObsMeanVar GetObsMeanVar(cn const& stmt) const;
+    void GenObsStd(ObsMeanVar const& mv, char const* indent) const;
+    ObsTimeArgs GetObsTimeArgs(cn const& stmt) const;
+    void GenObsAction(cn const& action, char const* comment, int indent, char const* eval) const;
+    N GetSimulationAction(cn const& stmt, char const* target) const;
+    N GetAppendixAction(cn const& stmt, int which) const;
+
+    // The observation routines, in the order they are printed (gen_observe.cpp: get_ll,
+    // simulate, GetNumCategories; gen_obs_tables.cpp and gen_obs_pred.cpp: the rest).
+    void GenEndObsCode();
+    void GradientProcessing32();
+    void GenGetObservationNumber();
+    void GenObservationCode(int mode);
+    void GenPredVFCorrectionFactor();
+    void GenObsAndPredNameCode(int code);
+    void GenUnifNormControlled();
+    void GenObservationSimTblCode();
 
     // The covariate routines (gen_covariates.cpp).
     void GenCovariateCodeOrbx();

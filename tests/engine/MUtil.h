@@ -14,6 +14,8 @@
 #define FALSE 0
 #endif
 
+typedef int BOOL;
+
 extern bool _can_uniform;
 extern double const _NA; // a value the data did not give
 void SetErrorMsg(char const* message);

@@ -41,6 +41,7 @@ double unif();
 extern double curTime;
 extern double curTimeLastDose;
 extern int iCurWhichDose;
+extern int iCurWhichReset;
 extern double _dMaxTime;
 void ClearActions();
 void SwitchToSSActions();

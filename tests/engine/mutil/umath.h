@@ -23,6 +23,23 @@ double _unifControlled(int bSampleEpsilon);
 double _normControlled(int bSampleEpsilon);
 template <typename T> T _interpolate(double t, double t0, const T& v0, double t1, const T& v1);
 double _TransitCorrectionFactor(double n);
+
+// Log-densities and their kin, in the number type of their first operands.
+template <typename X, typename S>
+typename type_caster_up<X, S>::type lnorm(const X& x, const S& sig);
+template <typename X, typename S>
+typename type_caster_up<X, S>::type lphi(const X& x, const S& sig);
+template <typename X> X logfl(const X& x);
+template <typename M> M lpois(const M& mean, int n);
+template <typename M, typename B, typename P>
+M lnegbin(const M& mean, const B& beta, const P& power, int n);
+template <typename X> X ilogit(const X& x);
+template <typename X> X ilogit(const X& x, int category, int remaining);
+template <typename X> X iprobit(const X& x);
+double norm();
+int rpois(double mean);
+int rnegbin(double mean, double beta, double power);
+extern int _bDroppingOut;
 // Tables: the place of x among the n values of the x row, then a y value at that place.
 template <typename X> void _tableGetXPos(int n, const X& x, int* ix0, int* ix1, double* frac, ...);
 template <typename Y> void _tableSetYVal(int n, Y* y, int ix0, int ix1, double frac, ...);

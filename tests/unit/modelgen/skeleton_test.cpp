@@ -49,7 +49,8 @@ class SkeletonTest : public VaroTest {
 
 TEST_F(SkeletonTest, ModelHeaderCountsAndFlags) {
     auto g = Analysed("test() { transit(T, m, n, max = 3) transit(U, m, n) deriv(A = -A)\n"
-                      "urinecpt(R = A) cfMicro(C, k) cfMacro(D, a, b, c, d) }");
+                      "urinecpt(R = A) cfMicro(C, k) cfMacro(D, a, b, c, d)\n"
+                      "m = 1 n = 2 k = 1 b = 1 c = 1 d = 1 }");
     g->saRanef1 = {"e1"};
     g->saSecondary = {"s1", "s2"};
     std::string h = ModelH(*g);
@@ -132,7 +133,8 @@ TEST_F(SkeletonTest, EnvironmentDecidesCppSolvers) {
 
 TEST_F(SkeletonTest, IncludesAndEngineHeaders) {
     auto g = Analysed("test() { deriv(A = -A + gammaDelay(x, m, shape = 2, numODE = 7) +\n"
-                      "gammaDelay(y, m, shape = 2, numODE = 5)) C = delay(A, 1) }");
+                      "gammaDelay(y, m, shape = 2, numODE = 5)) C = delay(A, 1)\n"
+                      "x = 1 y = 2 m = 3 }");
     EXPECT_IN_ORDER(GenText(*g, &CGenCode::GenEngineIncludes),
                     {"\n#include \"mutil/umath.h\"\n#include \"mutil/simmath.h\"\n"
                      "#include \"mutil/closed_form.h\"\n#include \"mutil/action.h\"\n"

@@ -17,8 +17,8 @@
 #define TRULYTIMEBASED 1
 #define ALLOWGAUSSIANFIT 0
 #define ALLOWLOGTRANSFORM 0
-#define MODELUNIQUEID "285cefed-b33f74b8-e747afeb-2e51f58"
-#define MODELRUNID "285cefed-b33f74b8-e747afeb-2e51f58-00"
+#define MODELUNIQUEID "b2465820-796a7e8b-1d82529e-5dfd6939"
+#define MODELRUNID "b2465820-796a7e8b-1d82529e-5dfd6939-00"
 
 #define NDERIV 0 // number of user deriv vars
 #define NURINE 0 // number of urine compartments

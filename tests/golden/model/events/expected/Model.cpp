@@ -1443,11 +1443,340 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 		zzY[_iCpt] += _dv;
 	}
 }
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::end_obs_actions()
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::new_get_pred(int* pnObs, const double _t, const char* _nm, double _v1, bool doActions /*= true*/)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	double _dVFCorrectionFactor = 1;
+	NUM _ypred(0); // predicted value
+	NUM _var(1);
+	NUM _sig(1); // current standard deviation of Epsilon
+	NUM _sqrtvf(1); // dObs / dEpsilon (additive = 1, proportional = _ypred)
+	double _vf = 1; // _sqrtvf*_sqrtvf (additive = 1, proportional = _ypred^2)
+}
+
 // jacobian info: 2=can matexp, 1=can stiffjac, 0=no jac, -1=no odes
 void GetJacobianInfo(int & _piJacobianInfo)
 {
 	_piJacobianInfo = 2;
 }
+int GetNumObservations()
+{
+	return 3;
+}
+
+int GetObservationNumber(const char* _nm)
+{
+	int _i = -1;
+	if (0);
+	else if (strcmp(_nm, "E1")==0) _i = 0;
+	else if (strcmp(_nm, "E2")==0) _i = 1;
+	else if (strcmp(_nm, "N1")==0) _i = 2;
+	return _i;
+}
+
+const char * GetObservationName(int* _pi)
+{
+	if (0);
+	else if (*_pi == 0) return "E1";
+	else if (*_pi == 1) return "E2";
+	else if (*_pi == 2) return "N1";
+	return "";
+}
+
+ObsType GetObservationType(int * _pi)
+{
+	ObsType _type = ObsType::Unknown;
+	if (0);
+	else if (*_pi == 0) _type = ObsType::Event;
+	else if (*_pi == 1) _type = ObsType::Event;
+	else if (*_pi == 2) _type = ObsType::Count;
+	return _type;
+}
+
+void GetObservationBqlLimit(int _i, double & _bqllimit, double & _uqllimit)
+{
+    static const std::pair<double, double> limits[] = {
+        {0, 0}, // E1
+        {0, 0}, // E2
+        {0, 0}, // N1
+    };
+    if (_i < 0 || _i >= 3) return;
+    _bqllimit = limits[_i].first;
+    _uqllimit = limits[_i].second;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_ll(double _dLL[], double _dGrad[], int* pnObs, double _t, const char* _nm, double _v1, int iql)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	NUM _dLL1(0);
+	NUM _probge[12];
+
+    const double t = _t;
+    NUM _ypred(0), _sig(1), _sqrtvf(1);
+    int _i = 0;
+    if (_nm[0] == 'E' && strcmp(_nm, "E1") == 0)
+    {
+		if (_v1 == -999999){	// subject re-entered risk pool
+			_dLL1 = 0;
+		}
+		else if (_v1 == 2){	// interval censored with (n > 0)
+			_dLL1 = log(1.0 - exp(- _ht_E1));
+		}
+		else if (_v1 == 1){	// if event observed
+			_dLL1 = - _ht_E1;
+			_dLL1 += log(h1 + 1e-8); // add current log(haz)
+		}
+		else if (_v1 <= 0){	// interval censored with specific n
+			_dLL1 = lpois(_ht_E1, -(int)_v1);
+		}
+		_dLL[0] += (double)_dLL1;
+		copy_grad(_dLL1, _dGrad);
+		(*pnObs)++;
+		if (_pcb){
+			_pcb->OnObserve(-1, -1, _nm, -1, _NA, _NA, _v1, _NA, 1/_NA, iql);
+		}
+		_ht_E1 = 0; // reset hazard accumulator
+
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "E2") == 0)
+    {
+		if (_v1 == -999999){	// subject re-entered risk pool
+			_dLL1 = 0;
+		}
+		else if (_v1 == 2){	// interval censored with (n > 0)
+			_dLL1 = log(1.0 - exp(- _ht_E2));
+		}
+		else if (_v1 == 1){	// if event observed
+			_dLL1 = - _ht_E2;
+			_dLL1 += log(h2 + 1e-8); // add current log(haz)
+		}
+		else if (_v1 <= 0){	// interval censored with specific n
+			_dLL1 = lpois(_ht_E2, -(int)_v1);
+		}
+		_dLL[0] += (double)_dLL1;
+		copy_grad(_dLL1, _dGrad);
+		(*pnObs)++;
+		if (_pcb){
+			_pcb->OnObserve(-1, -1, _nm, -1, _NA, _NA, _v1, _NA, 1/_NA, iql);
+		}
+		_ht_E2 = 0; // reset hazard accumulator
+
+        return;
+    }
+    if (_nm[0] == 'N' && strcmp(_nm, "N1") == 0)
+    {
+		double _zprob = 0;
+		if (_zprob > 0.0 && _zprob < 1.0){
+			if (_v1 == 0) _dLL1 = log(_zprob + (1 - _zprob)*exp(lpois(_ht_N1, (int)_v1)));
+			else _dLL1 = log(1 - _zprob) + lpois(_ht_N1, (int)_v1);
+		}
+		else if (_zprob == 0.0){
+			_dLL1 = lpois(_ht_N1, (int)_v1);
+		}
+		_dLL[0] += (double)_dLL1;
+		copy_grad(_dLL1, _dGrad);
+		(*pnObs)++;
+		if (_pcb){
+			_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, _NA, _NA, _v1, _NA, 1/_NA, iql);
+		}
+		_ht_N1 = 0; // reset hazard accumulator
+
+        return;
+    }
+}
+
+int GetPredObsError(int _iObs)
+{
+	int _iError = -1;
+	if (0){
+	}
+	return _iError;
+}
+
+double GetPredVFCorrectionFactor(int _iError)
+{
+	int _nFixef = 0;
+	int _iLastFreeError = -1;
+	int _bErrorFrozen = 0;
+	double _vfCorrectionFactor = 1;
+	return _vfCorrectionFactor;
+}
+
+void GetPredName(int* _iWhichObs, char* _nm)
+{
+	_nm[0] = '\0';
+	if (0);
+}
+
+void GetObsName(int* _iWhichObs, char* _nm)
+{
+	_nm[0] = '\0';
+	if (0);
+	else if (*_iWhichObs == 0) strcpy(_nm, "E1");
+	else if (*_iWhichObs == 1) strcpy(_nm, "E2");
+	else if (*_iWhichObs == 2) strcpy(_nm, "N1");
+}
+
+void GetIVarName(int* _iWhichObs, char* _nm)
+{
+	_nm[0] = '\0';
+	if (0);
+	else if (*_iWhichObs == 0) strcpy(_nm, "t");
+	else if (*_iWhichObs == 1) strcpy(_nm, "t");
+	else if (*_iWhichObs == 2) strcpy(_nm, "t");
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_obs_vf(int* _iWhichObs, double* _vf)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	*_vf = 1;
+	if (0);
+}
+
+void GetNumGaussianObs(int* _nGaussianObs)
+{
+}
+
+
+double _unifControlled(BOOL bSample)
+{
+	return bSample ? unif() : 0.5;
+}
+double _normControlled(BOOL bSample)
+{
+	return bSample ? norm() : 0.0;
+}
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	double _probge[12];
+
+    const double t = _t;
+    NUM _ypred(0), _sig(1), _sqrtvf(1);
+    int _i = 0;
+	eval_sparams(zzY);
+    if (_nm[0] == 'E' && strcmp(_nm, "E1") == 0)
+    {
+		if (_pcb)
+		{
+			_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, _NA, _NA, _v1, _NA, 1 / _NA, iql);
+		}
+		_ht_E1 = 0; // reset hazard accumulator
+
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "E2") == 0)
+    {
+		if (_pcb)
+		{
+			_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, _NA, _NA, _v1, _NA, 1 / _NA, iql);
+		}
+		_ht_E2 = 0; // reset hazard accumulator
+
+        return;
+    }
+    if (_nm[0] == 'N' && strcmp(_nm, "N1") == 0)
+    {
+		double _zprob = 0;
+		if (_pcb != 0){
+			int _count = 0;
+			double _u = unif();
+			if (_u >= _zprob){
+                           if (_bDroppingOut) _count = 1;
+                           else _count = rpois((double)_ht_N1); // sample the count
+			}
+			_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, _NA, _count, _v1, 1.0, 1.0, iql);
+		}
+		_ht_N1 = 0; // reset hazard accumulator
+
+        return;
+    }
+}
+
+void GetNumCategories(const char* _nm, int* pNCat){
+	*pNCat = 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::simulate_for_tables(double _t, const char* _nm, double* _pObs, double* _pPred)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	const double t = _t;
+	double _eps = 0;
+	eval_sparams(zzY);
+	if (_pcb == 0) return;
+    if (_nm[0] == 'E' && strcmp(_nm, "E1") == 0)
+    {
+        int _count = 0;
+        if (_bDroppingOut) _count = 1;
+        *_pPred = (double)_ht_E1;
+        *_pObs = (_count > 1 ? - _count : _count); // negative because it may have happened >1 time
+        _ht_E1 = 0;
+        // dropout option was specified
+        if (_count > 0 && (d)) {
+            *_pObs = 1;
+            StartDroppingOut();
+        }
+
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "E2") == 0)
+    {
+        int _count = 0;
+        if (_bDroppingOut) _count = 1;
+        else _count = rpois((double)_ht_E2); // sample the count
+        *_pPred = (double)_ht_E2;
+        *_pObs = (_count > 1 ? - _count : _count); // negative because it may have happened >1 time
+        _ht_E2 = 0;
+
+        return;
+    }
+    if (_nm[0] == 'N' && strcmp(_nm, "N1") == 0)
+    {
+        int _count = 0;
+        double _u = 0;
+        double _zprob = 0;
+        _u = unif();
+        if (_u >= _zprob){
+            _count = rpois((double)_ht_N1); // sample the count
+        }
+        *_pPred = (double)_ht_N1;
+        *_pObs = _count;
+        _ht_N1 = 0;
+
+        return;
+    }
+}
+
 #undef A1
 #undef zzR_A1
 #undef _A1_irate

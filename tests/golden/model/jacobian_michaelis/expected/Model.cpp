@@ -1383,11 +1383,170 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 		zzY[_iCpt] += _dv;
 	}
 }
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::end_obs_actions()
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::new_get_pred(int* pnObs, const double _t, const char* _nm, double _v1, bool doActions /*= true*/)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	double _dVFCorrectionFactor = 1;
+	NUM _ypred(0); // predicted value
+	NUM _var(1);
+	NUM _sig(1); // current standard deviation of Epsilon
+	NUM _sqrtvf(1); // dObs / dEpsilon (additive = 1, proportional = _ypred)
+	double _vf = 1; // _sqrtvf*_sqrtvf (additive = 1, proportional = _ypred^2)
+}
+
 // jacobian info: 2=can matexp, 1=can stiffjac, 0=no jac, -1=no odes
 void GetJacobianInfo(int & _piJacobianInfo)
 {
 	_piJacobianInfo = 1;
 }
+int GetNumObservations()
+{
+	return 0;
+}
+
+int GetObservationNumber(const char* _nm)
+{
+	int _i = -1;
+	if (0);
+	return _i;
+}
+
+const char * GetObservationName(int* _pi)
+{
+	if (0);
+	return "";
+}
+
+ObsType GetObservationType(int * _pi)
+{
+	ObsType _type = ObsType::Unknown;
+	if (0);
+	return _type;
+}
+
+void GetObservationBqlLimit(int _i, double & _bqllimit, double & _uqllimit)
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_ll(double _dLL[], double _dGrad[], int* pnObs, double _t, const char* _nm, double _v1, int iql)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	NUM _dLL1(0);
+	NUM _probge[12];
+
+    const double t = _t;
+    NUM _ypred(0), _sig(1), _sqrtvf(1);
+    int _i = 0;
+}
+
+int GetPredObsError(int _iObs)
+{
+	int _iError = -1;
+	if (0){
+	}
+	return _iError;
+}
+
+double GetPredVFCorrectionFactor(int _iError)
+{
+	int _nFixef = 3;
+	int _iLastFreeError = -1;
+	int _bErrorFrozen = 0;
+	double _vfCorrectionFactor = 1;
+	return _vfCorrectionFactor;
+}
+
+void GetPredName(int* _iWhichObs, char* _nm)
+{
+	_nm[0] = '\0';
+	if (0);
+}
+
+void GetObsName(int* _iWhichObs, char* _nm)
+{
+	_nm[0] = '\0';
+	if (0);
+}
+
+void GetIVarName(int* _iWhichObs, char* _nm)
+{
+	_nm[0] = '\0';
+	if (0);
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_obs_vf(int* _iWhichObs, double* _vf)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	*_vf = 1;
+	if (0);
+}
+
+void GetNumGaussianObs(int* _nGaussianObs)
+{
+}
+
+
+double _unifControlled(BOOL bSample)
+{
+	return bSample ? unif() : 0.5;
+}
+double _normControlled(BOOL bSample)
+{
+	return bSample ? norm() : 0.0;
+}
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	double _probge[12];
+
+    const double t = _t;
+    NUM _ypred(0), _sig(1), _sqrtvf(1);
+    int _i = 0;
+	eval_sparams(zzY);
+}
+
+void GetNumCategories(const char* _nm, int* pNCat){
+	*pNCat = 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::simulate_for_tables(double _t, const char* _nm, double* _pObs, double* _pPred)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	const double t = _t;
+	double _eps = 0;
+	eval_sparams(zzY);
+	if (_pcb == 0) return;
+}
+
 #undef A1
 #undef zzR_A1
 #undef _A1_irate
