@@ -31,16 +31,19 @@ build-asan: setup
 	cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DVARO5_SANITIZE=ON
 	cmake --build $(ASAN_DIR) -j $(JOBS)
 
-DEMO_MODEL ?= examples/pk_oral.mdl
-DEMO_OUT   ?= demo-out
+DEMO_MODELS ?= examples/pk_oral.mdl examples/pk_population.mdl
+DEMO_OUT    ?= demo-out
 
+# Each example goes into a folder of its own: demo-out/pk_oral/Model.cpp, ...
 demo: build
 	@echo
 	@$(BUILD_DIR)/VARO5 /v
-	@mkdir -p $(DEMO_OUT)
-	$(BUILD_DIR)/VARO5 $(DEMO_MODEL) $(DEMO_OUT)
-	@echo
-	@echo "Translated $(DEMO_MODEL): the generated files are $(DEMO_OUT)/Model.h and $(DEMO_OUT)/Model.cpp"
+	@for m in $(DEMO_MODELS); do \
+	  out=$(DEMO_OUT)/$$(basename $$m .mdl); mkdir -p $$out; \
+	  echo "$(BUILD_DIR)/VARO5 $$m $$out"; \
+	  $(BUILD_DIR)/VARO5 $$m $$out || exit 1; \
+	  echo "  -> $$out/Model.h and $$out/Model.cpp"; \
+	done
 
 test: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)

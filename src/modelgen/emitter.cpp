@@ -538,6 +538,13 @@ void GenC(cn const& n, FILE* f) {
     GenCimpl(n, &v, false);
 }
 
+// 'n' where a double is wanted: printed as a real number even in a dual model.
+void GenCReal(cn const& n, FILE* f) {
+    set_assignment(false, false);
+    GenC(n, f);
+    pop_assignment();
+}
+
 void GenCstr(cn const& n, String& out) {
     StrGenVisitor v(&out);
     GenCimpl(n, &v, false);

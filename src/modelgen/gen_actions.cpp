@@ -273,13 +273,6 @@ void CGenCode::GenSequenceClasses() {
     GenActionDispatcher(fp, "sequence", "_seq", k);
 }
 
-// Prints 'e' where a double is wanted, as a real number even in a dual model.
-static void GenReal(FILE* fp, N const& e) {
-    set_assignment(false, false);
-    GenC(e, fp);
-    pop_assignment();
-}
-
 // The loop of one event: sample a delay from the hazard of the time slice; sleep to it and
 // report the event, or sleep through the slice.
 static void GenEventLoop(FILE* fp, N const& ev) {
@@ -290,7 +283,7 @@ static void GenEventLoop(FILE* fp, N const& ev) {
     fprintf(fp, "\t\t// get time-slice interval if specified otherwise break\n");
     if (ev->child3) {
         fprintf(fp, "\t\t_data._dt = ");
-        GenReal(fp, ev->child3);
+        GenCReal(ev->child3, fp);
         fprintf(fp, ";\n");
     } else {
         fprintf(fp, "\t\tbreak;\n");
@@ -308,7 +301,7 @@ static void GenEventLoop(FILE* fp, N const& ev) {
     fprintf(fp, "\t\t\t_pcb->OnEvent(curTime, curTimeLastDose, \"%s\", 1);\n", C(ev->name));
     if (ev->child2) {
         fprintf(fp, "\t\t\t_data._dropout = (int)(");
-        GenReal(fp, ev->child2);
+        GenCReal(ev->child2, fp);
         fprintf(fp, ");\n");
     }
     fprintf(fp, "\t\t\treturn;\nST%04d:;\n", 1);

@@ -215,12 +215,6 @@ static void GenFrozenFixefReset(CGenCode const& g) {
     fprintf(g.fp, "    }\n\n");
 }
 
-static bool DuplicatesFixef(CGenCode const& g, char const* name) {
-    int i = MemberOf(name, g.saStruct);
-    return i >= 0 && size_t(i) < g.naStparmDuplicatesFixef.size() &&
-           g.naStparmDuplicatesFixef[size_t(i)] != 0;
-}
-
 // MODEL_TEMPLATE_PARAMETER_LIST
 // void MODEL_CLASS_DECL::eval_sparams(DualType * zzY)
 // { covariate checks, frozen thetas, structural parameters, constraints, eval_assign }
@@ -238,7 +232,7 @@ static void GenEvalSparams(CGenCode const& g, CacheVisitor& cache) {
     for (N const& s : stmts) {
         if (!s || s->type != CN_STPARM) continue;
         for (N const& a : s->list)
-            if (IsListAssignment(a) && !DuplicatesFixef(g, a->child1->name))
+            if (IsListAssignment(a) && !g.IsStparmCopyOfFixef(a->child1->name))
                 GenListAssignment(fp, a, cache);
     }
     for (N const& s : stmts) {

@@ -9,13 +9,6 @@ static char const* C(String const& s) {
     return s;
 }
 
-// Prints 'e' where a double is wanted, as a real number even in a dual model.
-static void GenReal(FILE* fp, cn const& e) {
-    set_assignment(false, false);
-    GenC(e, fp);
-    pop_assignment();
-}
-
 static bool HasKind(NV const& stmts, CNodeType kind) {
     for (N const& s : stmts)
         if (s->type == kind) return true;
@@ -68,12 +61,12 @@ static void GenTableObserve(CGenCode const& g, cn const& stmt) {
     } else {
         N sim = stmt->child2->Subst(NewVar(mv.err), NewVar("_eps"), false);
         fprintf(fp, "        *_pPred = (double)");
-        GenReal(fp, sim);
+        GenCReal(sim, fp);
         fprintf(fp, ";\n");
         fprintf(fp, "        _eps = norm() * _fixef[%d]; // get a N(0,stdev)\n",
                 int(g.saFixef.size()) + mv.errIndex);
         fprintf(fp, "        *_pObs = (double)");
-        GenReal(fp, sim);
+        GenCReal(sim, fp);
         fprintf(fp, ";\n");
     }
     GenTableTrigger(g, stmt);
@@ -90,7 +83,7 @@ static void GenTableProbabilities(CGenCode const& g, cn const& stmt) {
     fprintf(fp, "        _probge[0] = 1;\n");
     for (int i = 1; i <= n; i++) {
         fprintf(fp, "        _probge[%d] = %s((double)", i, link);
-        GenReal(fp, stmt->list[size_t(i - 1)]);
+        GenCReal(stmt->list[size_t(i - 1)], fp);
         if (strcmp(link, "ilogit") == 0) fprintf(fp, ", %d, %d", i, n - i + 1);
         fprintf(fp, ");\n");
     }
@@ -144,7 +137,7 @@ static void GenTableEvent(CGenCode const& g, cn const& stmt) {
     if (!stmt->child2) return;
     fprintf(fp, "        // dropout option was specified\n");
     fprintf(fp, "        if (_count > 0 && (");
-    GenReal(fp, stmt->child2);
+    GenCReal(stmt->child2, fp);
     fprintf(fp, ")) {\n");
     fprintf(fp, "            *_pObs = 1;\n");
     fprintf(fp, "            StartDroppingOut();\n");
@@ -164,11 +157,11 @@ static void GenTableCountDraw(CGenCode const& g, cn const& stmt) {
         return;
     }
     fprintf(fp, "            double _beta = ");
-    GenReal(fp, x->beta);
+    GenCReal(x->beta, fp);
     fprintf(fp, ";\n");
     fprintf(fp, "            double _power = ");
     if (x->power)
-        GenReal(fp, x->power);
+        GenCReal(x->power, fp);
     else
         fprintf(fp, "1");
     fprintf(fp, ";\n");
@@ -199,7 +192,7 @@ static void GenTableCount(CGenCode const& g, cn const& stmt) {
             fprintf(fp, "        _zprob = %s(", C(x->ilink));
         else
             fprintf(fp, "        _zprob = ");
-        GenReal(fp, x->zprobOrLinkp);
+        GenCReal(x->zprobOrLinkp, fp);
         fprintf(fp, x->ilink[0] ? ");\n" : ";\n");
     }
     fprintf(fp, "        _u = unif();\n");
@@ -388,7 +381,7 @@ static void GenPredMulti(CGenCode const& g, cn const& stmt, int q) {
     char const* link = LinkName(stmt);
     fprintf(fp, "\t\t// handled because there are just two outcomes\n");
     fprintf(fp, "\t\t_yval[%d] = ", 1);
-    GenReal(fp, stmt->list[0]);
+    GenCReal(stmt->list[0], fp);
     fprintf(fp, ";\n");
     fprintf(fp, "\t\t_probge[0] = 1;\n");
     if (strcmp(link, "ilogit") == 0)

@@ -11,13 +11,6 @@ static char const* C(String const& s) {
     return s;
 }
 
-// Prints 'e' where a double is wanted, as a real number even in a dual model.
-static void GenReal(FILE* fp, cn const& e) {
-    set_assignment(false, false);
-    GenC(e, fp);
-    pop_assignment();
-}
-
 // ---- Names: codes 2, 3, 4, 6 and the variance function, code 5 ------------------------------
 
 // void GetObsName(int* _iWhichObs, char* _nm)
@@ -104,7 +97,7 @@ static void GenObsVF(CGenCode const& g) {
         fprintf(fp, "\telse if (*_iWhichObs == %d){\n", index);
         g.GenObsStd(mv, "\t\t");
         fprintf(fp, "\t\t*_vf = (double)");
-        GenReal(fp, mv.var);
+        GenCReal(mv.var, fp);
         fprintf(fp, ";\n");
         fprintf(fp, "\t}\n");
     }

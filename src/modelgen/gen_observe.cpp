@@ -11,13 +11,6 @@ static char const* C(String const& s) {
 
 static bool const LL = false, SIM = true; // the two modes of a block
 
-// Prints 'e' where a double is wanted, as a real number even in a dual model.
-static void GenReal(FILE* fp, cn const& e) {
-    set_assignment(false, false);
-    GenC(e, fp);
-    pop_assignment();
-}
-
 // 		if (!isfinite(_ypred)){
 // 			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
 // 		}
@@ -112,7 +105,7 @@ static void GenGaussianSimulation(CGenCode const& g, cn const& stmt, ObsMeanVar 
     fprintf(fp, "            double _eps = bSampleEpsilon ? norm() * (double)_std : 0.0; // get a "
                 "N(0,1)\n");
     fprintf(fp, "\t\t\tdouble _ypred1 = (double)");
-    GenReal(fp, stmt->child2->Subst(NewVar(mv.err), NewVar("_eps"), false));
+    GenCReal(stmt->child2->Subst(NewVar(mv.err), NewVar("_eps"), false), fp);
     fprintf(fp, ";\n");
     fprintf(fp, "\t\t\tif (ALLOWLOGTRANSFORM && bEnableLogTransform)\n");
     fprintf(fp,

@@ -290,6 +290,12 @@ void CGenCode::DetectStparmsDuplicatingFixefs() {
     }
 }
 
+bool CGenCode::IsStparmCopyOfFixef(char const* name) const {
+    int i = MemberOf(name, saStruct);
+    return i >= 0 && size_t(i) < naStparmDuplicatesFixef.size() &&
+           naStparmDuplicatesFixef[size_t(i)] != 0;
+}
+
 // All analysis, before any output file is opened.
 void CGenCode::GenDllPhase1() {
     RunWalkers();

@@ -155,13 +155,6 @@ static void GenCVStatistic(FILE* fp, SV const& names, char const* kind, char con
     fprintf(fp, "}\n\n");
 }
 
-// Whether a structural parameter is a plain copy of a fixed effect, which has no variable.
-static bool DuplicatesFixef(CGenCode const& g, char const* name) {
-    int i = MemberOf(name, g.saStruct);
-    return i >= 0 && size_t(i) < g.naStparmDuplicatesFixef.size() &&
-           g.naStparmDuplicatesFixef[size_t(i)] != 0;
-}
-
 // 	_0cp = _NA; ... _initial_cp = _NA;   or   wt = _NA; _initial_wt = _NA;
 static void GenInitCovariates(CGenCode const& g) {
     for (String const& s : g.saCovariates) {
@@ -206,7 +199,7 @@ static void GenInitSubject(CGenCode const& g) {
         fprintf(fp, "\t_initial_%s = _NA;\n", C(s));
     }
     for (String const& s : g.saStruct) {
-        if (DuplicatesFixef(g, s)) continue;
+        if (g.IsStparmCopyOfFixef(s)) continue;
         fprintf(fp, "\t%s = _NA;\n", C(s));
         fprintf(fp, "\t_initial_%s = _NA;\n", C(s));
     }
@@ -273,7 +266,7 @@ static void GenEndSubject(CGenCode const& g) {
     for (String const& s : g.saGroup)
         fprintf(fp, "\t%s = _initial_%s;\n", C(s), C(s));
     for (String const& s : g.saStruct)
-        if (!DuplicatesFixef(g, s)) fprintf(fp, "\t%s = _initial_%s;\n", C(s), C(s));
+        if (!g.IsStparmCopyOfFixef(s)) fprintf(fp, "\t%s = _initial_%s;\n", C(s), C(s));
     fprintf(fp, "}\n\n");
 }
 

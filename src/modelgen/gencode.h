@@ -70,6 +70,8 @@ class CGenCode {
     void FreezeUnusedFixefs(SV const& used);
     void StoreCounts();
     void DetectStparmsDuplicatingFixefs();
+    // Whether a structural parameter is a plain copy of a fixed effect, which has no variable.
+    bool IsStparmCopyOfFixef(char const* name) const;
     void GenDllPhase1GetSemanticErrors() const;
     void DecideGaussianFit();
     void CheckPowersOfTime();

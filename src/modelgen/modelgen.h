@@ -96,6 +96,7 @@ void GenCimpl(cn const& node, NodeVisitor* v, bool bRight);
 void GenC(cn const& node, NodeVisitor* v);
 void GenC(cn const& node, FILE* f);
 void GenCstr(cn const& node, String& out);
+void GenCReal(cn const& node, FILE* f);
 
 void set_assignment(bool theta, bool eta);
 void set_assignment(char const* var);
