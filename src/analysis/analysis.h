@@ -121,6 +121,14 @@ void CollectUsedVars(SV const& starts, SV& used);
 
 // Whether a name of dual_vars occurs in the tree, as CountContains sees it (dual.cpp).
 bool has_dual_vars(cn const& node);
+// Appends the delay times of a tree: of delay(...) and gammaDelay(...), and the time argument
+// of the inverse-Gaussian and Weibull densities.
+void get_delays(cn const& node, NV& list);
+// Whether action code (sequences, hooks of doses and observations) assigns the integrator.
+bool IntegratorIsAssignedTo(char const* name, cn const& body);
+bool IntegratorIsAssignedToStmt(char const* name, cn const& stmt);
+// The names of the list that the model text forces dual and does not force real.
+SV CollectDualFixef(SV const& names);
 
 // ---- Semantic checks (checks.cpp) ------------------------------------------------------------
 // The model itself is checked by CGenCode::GenDllPhase1GetSemanticErrors.

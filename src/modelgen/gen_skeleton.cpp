@@ -122,11 +122,12 @@ void CGenCode::RunWalkers() {
     GetSortedObserveStmts(pModel, paSortedObserve);
     for (String const& strip : saCFStrip)
         if (strip[0]) saCFStripNonEmpty.push_back(strip);
-    // The outputs of micro-constant machines and their depots are read through macros.
-    for (SV const* list : {&saCFMacro, &saCFStripNonEmpty})
+    CollectCFMacro2Vars(pModel, saCFMacro2, saCFStrip2);
+    // The outputs of the machines, their depots and the concentrations of cfMacro are read
+    // through macros.
+    for (SV const* list : {&saCFMacro, &saCFStripNonEmpty, &saCFStrip2})
         for (String const& name : *list)
             cfs.insert(static_cast<char const*>(name));
-    CollectCFMacro2Vars(pModel, saCFMacro2, saCFStrip2);
     CollectDerivVars(pModel, saDeriv);
     CollectUrineVars(pModel, saUrine);
     CollectTransitVars(pModel, saTransit);
@@ -193,12 +194,6 @@ void CGenCode::FillAssignments() {
     GetAssignmentStatements(saAssign, paAssign);
     AppendListAssignments(GetTopStatements(pBody), CN_STPARM, saAssign, paAssign);
     AppendListAssignments(GetTopStatements(pBody), CN_GROUP, saAssign, paAssign);
-}
-
-// Step 5: with QMIX_REAL_ONLY the model stays plain; QMIX_CPP_SOLVERS then asks for the
-// solvers of the generated text.
-void CGenCode::DecideDualNumbers() {
-    if (getenv("QMIX_REAL_ONLY") && getenv("QMIX_CPP_SOLVERS")) want_cpp_solvers = 1;
 }
 
 // Step 6: a fixed effect that nothing uses is frozen.
@@ -303,7 +298,7 @@ void CGenCode::GenDllPhase1() {
     CollectErrorInfo(pModel, saError, naErrorFrozen, daErrorInit);
     SV used = GetUsedVars();
     FillAssignments();
-    DecideDualNumbers();
+    DecideDualNumbers(used);
     FreezeUnusedFixefs(used);
     CheckVarUse("Random effect", saRanef5, used);
     CheckVarUse("Structural parameter", saStruct, used);

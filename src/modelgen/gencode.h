@@ -66,7 +66,15 @@ class CGenCode {
     void RemoveDuplicates();
     SV GetUsedVars();
     void FillAssignments();
-    void DecideDualNumbers();
+    void DecideDualNumbers(SV const& used);
+    // The dual-number decision (analysis/dual_decision.cpp).
+    void GradientProcessing0(NV& rates, NV& transits, NV& delays) const;
+    void GradientProcessing1(NV const& rates, NV const& transits, NV const& delays,
+                             SV const& assignNames, NV const& assignExprs, SV& dualRanef5,
+                             SV& dualFixef, SV& dualError, SV const& used) const;
+    bool is_ranef_dual(String const& name, N const& body, NV const& doses, int nDoses,
+                       NV const& sequences, NV const& closedForms, NV const& delays,
+                       NV const& rates, SV const& assignNames, NV const& assignExprs) const;
     void FreezeUnusedFixefs(SV const& used);
     void StoreCounts();
     void DetectStparmsDuplicatingFixefs();

@@ -2,7 +2,8 @@
 # The case folder holds the input files, an optional `args` file (the command line after
 # the program name, split like a shell would) and expected/, which lists every file the
 # run must produce: stdout.txt, stderr.txt, exit_code.txt and the files written.
-# Inputs are copied into a fresh run folder, which is also the current directory.
+# Inputs are copied into a fresh run folder, which is also the current directory. An optional
+# `env` file holds NAME=VALUE lines, set in the environment of the run.
 cmake_minimum_required(VERSION 3.20) # for IN_LIST under cmake -P
 
 foreach(var VARO5 GOLDEN_DIFF CASE_DIR WORK_DIR)
@@ -17,7 +18,7 @@ file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${run_dir} ${out_dir})
 
 file(GLOB inputs LIST_DIRECTORIES true RELATIVE ${CASE_DIR} ${CASE_DIR}/*)
-list(REMOVE_ITEM inputs expected args)
+list(REMOVE_ITEM inputs expected args env)
 foreach(input ${inputs})
   file(COPY ${CASE_DIR}/${input} DESTINATION ${run_dir})
 endforeach()
@@ -28,6 +29,15 @@ if(EXISTS ${CASE_DIR}/args)
   file(READ ${CASE_DIR}/args args_text)
   string(STRIP "${args_text}" args_text)
   separate_arguments(args UNIX_COMMAND "${args_text}")
+endif()
+
+if(EXISTS ${CASE_DIR}/env)
+  file(STRINGS ${CASE_DIR}/env env_lines)
+  foreach(line ${env_lines})
+    if(line MATCHES "^([A-Za-z_][A-Za-z0-9_]*)=(.*)$")
+      set(ENV{${CMAKE_MATCH_1}} "${CMAKE_MATCH_2}")
+    endif()
+  endforeach()
 endif()
 
 execute_process(COMMAND ${VARO5} ${args}

@@ -10,8 +10,8 @@
 #define NRANEF3 0
 #define NRANEF4 0
 #define NRANEF5 1
-#define NDUALRANEF5 0
-#define NDUALFIXEFS 0
+#define NDUALRANEF5 1
+#define NDUALFIXEFS 3
 #define MULTI_LEVEL_RANEF 0
 #define NSECONDARY 0 // number of secondary parameters
 #define TRULYTIMEBASED 0

@@ -283,9 +283,9 @@ struct model_data
     double k;
     double tau;
 
-    DelayTable<double> _delayTable_0;
+    DelayTable<DualType> _delayTable_0;
 
-    PeakTable<double> _peakTable_0;
+    PeakTable<DualType> _peakTable_0;
 
     model_data()
     {
@@ -982,12 +982,12 @@ void MODEL_CLASS_DECL::eval_assign(DualType * zzY)
 	using NUM = MODEL_CLASS_DECL::DualType;
 	int _ix0 = 0, _ix1 = 0;	// used for table statement
 	double _xFrac = 0;
-	Cd = _delayTable_0.delayFunc(t, A, double(tau), double(100.0), 100, DelayDistType::Gamma);
+	Cd = _delayTable_0.delayFunc(t, (double)A, double(tau), double(100.0), 100, DelayDistType::Gamma);
 	inp = 1.0;
 	mdt = 4.0;
 	k = 0.2000000000000000111;
 	tau = 1.0;
-	Cmax = _peakTable_0.peakFunc(t, A, !(true), Cp);
+	Cmax = _peakTable_0.peakFunc(t, (double)A, !(true), Cp);
 }
 
 MODEL_TEMPLATE_PARAMETER_LIST

@@ -28,6 +28,18 @@ static const double S_NA = 3.3e-151;
 using std::min;
 using std::max;
 using std::isfinite;
+#define CAN_DUAL
+#define DUAL_THETA
+#define DUAL_ETA
+
+#include "mutil/DualNumber.h"
+
+struct _THETA_TAG {};
+struct _ETA_TAG {};
+
+using DualTheta = DN<NDUALFIXEFS, _THETA_TAG>;
+using DualEta = DN<NDUALRANEF5, _ETA_TAG>;
+
 
 #include "mutil/umath.h"
 #include "mutil/simmath.h"
@@ -99,25 +111,66 @@ int dual_fixef_num() { return NDUALFIXEFS; }
 const char * get_varo_version() { return "26.3.2.2"; }
 const char * get_qmix7_build_time() { return __DATE__ ", " __TIME__; }
 
-constexpr bool can_dual() { return false; }
-using temp_arg = double;
-inline void reset_temp(temp_arg & _v) { _v = -999999999.0; }
-
-template <bool CHECK>
-inline double _pow_cached(double _x, double _y, double & _tempArg1, double & _tempArg2, double & _tempResult)
+constexpr bool can_dual() { return true; }
+struct temp_arg
 {
-    if (CHECK && need_check_pow && _x == 0.0 && _y < 0.0)
+    double _dbl = .0;
+#ifdef DUAL_THETA
+    DualTheta _dual_theta;
+#endif
+#ifdef DUAL_ETA
+    DualEta _dual_eta;
+#endif
+    temp_arg & operator=(double _v) { _dbl = _v; return *this; }
+    operator double & () { return _dbl; }
+#ifdef DUAL_THETA
+    temp_arg & operator=(const DualTheta & _v) { _dual_theta = _v; return *this; }
+    operator DualTheta & () { return _dual_theta; }
+#endif
+#ifdef DUAL_ETA
+    temp_arg & operator=(const DualEta & _v) { _dual_eta = _v; return *this; }
+    operator DualEta & () { return _dual_eta; }
+#endif
+};
+
+inline void reset_temp(temp_arg & _v)
+{
+    _v._dbl = -999999999.0;
+#ifdef DUAL_THETA
+    _v._dual_theta = -999999999.0;
+#endif
+#ifdef DUAL_ETA
+    _v._dual_eta = -999999999.0;
+#endif
+}
+
+template <typename NUM>
+constexpr bool can_be_cached() { return true; }
+
+template <bool CHECK, typename NUM, typename POW, typename T1>
+inline typename type_caster_up<NUM, POW>::type _pow_cached(const NUM & _x, const POW & _y, T1 & _tempArg1, T1 & _tempArg2, T1 & _tempResult)
+{
+    if (CHECK && need_check_pow && (double)_x == 0.0 && (double)_y < 0.0)
     {
         printf("%s", ZERO_TO_MINUS_ONE);
         fflush(stdout);
         set_pow_checked();
     }
-    if (_x == _tempArg1 && _y == _tempArg2)
-        return _tempResult;
-    _tempArg1 = _x;
-    _tempArg2 = _y;
-    _tempResult = pow(_x, _y);
-    return _tempResult;
+    if constexpr (!can_be_cached<NUM>() || !can_be_cached<POW>())
+    {
+        return pow(_x, _y);
+    }
+    else
+    {
+        typedef typename type_caster_up<NUM, POW>::type RES;
+        if (_x == (NUM &)_tempArg1 && _y == (POW &)_tempArg2)
+            return (RES &)_tempResult;
+        (NUM &)_tempArg1 = _x;
+        (POW &)_tempArg2 = _y;
+        RES _res = pow(_x, _y);
+        (RES &)_tempResult = _res;
+        return _res;
+    }
 }
 
 static temp_arg * _tempResult;
@@ -158,6 +211,53 @@ constexpr bool HasDelay()
 
 
 // zzY[1] is extra integrator for infusions
+
+struct base_data
+{
+    virtual ~base_data() {}
+
+    virtual void init_fixef(const double * _ran) = 0;
+    virtual void init_ranef(const double * _ran) = 0;
+    virtual void init_subject() = 0;
+    virtual void reset_subject() = 0;
+    virtual void end_subject(int bSimulating) = 0;
+    virtual void advance(int iODELevel, double *pTimeOuter, double _dt) = 0;
+    virtual void sequence_action(int _seq, double _t) = 0;
+    virtual void event_action(int _seq, double _t) = 0;
+    virtual void init_delays(double _t) = 0;
+    virtual void init_cf(double _t) = 0;
+    virtual void reinit_cf(double _t) = 0;
+    virtual void eval_sparams() = 0;
+    virtual void get_secondary(int* _pn, double* _sec) = 0;
+    virtual int get_var_value(const char * _nm, double * _pv) = 0;
+    virtual void set_var_value(const char * _nm, double * _pv) = 0;
+    virtual void schedule_bolus1(int _mark, double _tRel, int _iCpt, double _amt, int _addl) = 0;
+    virtual void perform_bolus1(double _dt, const ActionTicket & action) = 0;
+    virtual void schedule_iv1(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl) = 0;
+    virtual void perform_inf_start1(double _dt, const ActionTicket & action) = 0;
+    virtual void perform_inf_end1(double _dt, const ActionTicket & action) = 0;
+    virtual void schedule_bolus2(int _mark, double _tRel, int _iCpt, double _amt, int _addl) = 0;
+    virtual void schedule_iv2(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl) = 0;
+    virtual void perform_bolus2(double _dt, const ActionTicket & action) = 0;
+    virtual void perform_inf_start2(double _dt, const ActionTicket & action) = 0;
+    virtual void perform_inf_end2(double _dt, const ActionTicket & action) = 0;
+    virtual void add_to_cpt(int _iCpt, double _dv) = 0;
+    virtual void get_saem_matrix(double * daCMat, int * theta2eta) = 0;
+    virtual void get_ll(double _dLL[], double _dGrad[], int * pnObs, double _t, const char * _nm, double _v1, int iql) = 0;
+    virtual void new_get_pred(int * pnObs, double _t, const char * _nm, double _v1, bool doActions) = 0;
+    virtual void get_obs_vf(int* _iWhichObs, double* _vf) = 0;
+    virtual void end_obs_actions() = 0;
+    virtual void simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC) = 0;
+    virtual void simulate_for_tables(double _t, const char* _nm, double* _pObs, double* _pPred) = 0;
+    virtual void restart_subject_sequences() = 0;
+    virtual void restart_subject_events() = 0;
+    virtual void set_time_of_state(double _t) = 0;
+    virtual void set_time_of_getval(double _t) = 0;
+    virtual void get_ss(const unsigned char * pc, int * pbOK) = 0;
+    virtual void init_tables() = 0;
+    virtual AD_Mode get_mode() = 0;
+    virtual void jacobian_iface(const double zzY[], double _jacobian[]) = 0;
+};
 
 #if NFIXEF > 0
 static int _enabled_fixefs[NFIXEF] = {0};
@@ -270,25 +370,25 @@ struct model_data
     DualType globalR[N_ODE];
     DualType globalIRate[N_ODE];
 
-    double & tvk;
-    double & e1;
-    double & e2;
+    ThetaType & tvk;
+    ThetaType & e1;
+    ThetaType & e2;
     double & f1;
     double & eps;
-    double & eps2;
+    ThetaType & eps2;
 
-    double nk;
+    EtaType nk;
 
-    double k;
-    double _initial_k;
+    DualType k;
+    DualType _initial_k;
 
     model_data() :
-        tvk(theta_store<double>(0)),
-        e1(enabled_theta<double>(1)),
-        e2(enabled_theta<double>(2)),
+        tvk(theta_store<ThetaType>(0)),
+        e1(enabled_theta<ThetaType>(1)),
+        e2(enabled_theta<ThetaType>(2)),
         f1(theta_store<double>(3)),
         eps(theta_store<double>(4)),
-        eps2(theta_store<double>(5))
+        eps2(theta_store<ThetaType>(5))
     {
     }
 
@@ -384,6 +484,12 @@ public:
     void clear_ss_irrelevant_state(DualType * _y);
 };
 
+template<>
+const AD_Mode model_data<DualTheta, double>::ad_mode = AD_Mode::THETA_DUAL;
+
+template<>
+const AD_Mode model_data<double, DualEta>::ad_mode = AD_Mode::ETA_DUAL;
+
 #ifdef CAN_DUAL
 template<>
 const AD_Mode model_data<double, double>::ad_mode = AD_Mode::REAL;
@@ -402,10 +508,32 @@ void MODEL_CLASS_DECL::init_fixef(const double * fxf)
     eps2 = fxf[5];
 }
 
+template <>
+void model_data<DualTheta, double>::init_fixef(const double * fxf)
+{
+    tvk = DualTheta(fxf[0]);
+    tvk.b[0] = 1;
+    e1 = DualTheta(fxf[1]);
+    e1.b[1] = 1;
+    e2 = DualTheta(fxf[2]);
+    e2.b[2] = 1;
+    f1 = fxf[3]; // frozen
+    eps = fxf[4]; // frozen
+    eps2 = DualTheta(fxf[5]);
+    eps2.b[3] = 1;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::init_ranef(const double * ran)
 {
     nk = ran[0];
+}
+
+template <>
+void model_data<double, DualEta>::init_ranef(const double * ran)
+{
+    nk = DualEta(ran[0]);
+    nk.b[0] = 1;
 }
 
 
@@ -413,9 +541,73 @@ inline void copy_grad(double ll, double grad[])
 {
 }
 
+static void copy_grad(const DualTheta & ll, double grad[])
+{
+    if (!grad) return;
+    grad[0] += ll.b[0]; // tvk
+    if (_is_fixef_enabled(1)) grad[1] += ll.b[1]; // e1
+    if (_is_fixef_enabled(2)) grad[2] += ll.b[2]; // e2
+    // f1
+    // eps
+    grad[3] += ll.b[3]; // eps2
+}
+
+void copy_grad(const DualEta & ll, double grad[])
+{
+    if (!grad) return;
+    grad[0] += ll.b[0]; // nk
+}
+
+
 template <typename NUM>
 inline void capture_pred(int obsIndex, const NUM & _ypred, const NUM & _sqrtvf)
 {
+}
+
+extern void AccumulatePredGrad(int obsIndex, int thetaIdx, double yGrad, double vfGrad);
+extern bool IsLaplacePredCaptureActive();
+
+static void capture_pred(int obsIndex, DualTheta _ypred, const DualTheta & _vfunc)
+{
+    if (!IsLaplacePredCaptureActive()) return;
+    // on the log scale the derivative part is to hold the Jacobian of log y
+    if (ALLOWLOGTRANSFORM && bEnableLogTransform && _ypred > 0.0) _ypred /= (double)_ypred;
+    int theta_idx = 0;
+    AccumulatePredGrad(obsIndex, theta_idx++, _ypred.b[0], _vfunc.b[0]); // tvk
+    if (_is_fixef_enabled(1)) AccumulatePredGrad(obsIndex, theta_idx++, _ypred.b[1], _vfunc.b[1]); // e1
+    if (_is_fixef_enabled(2)) AccumulatePredGrad(obsIndex, theta_idx++, _ypred.b[2], _vfunc.b[2]); // e2
+    // frozen f1
+    // frozen eps
+    AccumulatePredGrad(obsIndex, theta_idx++, _ypred.b[3], _vfunc.b[3]); // eps2
+}
+
+void GetOdeRanefs(int *_pi);
+
+// positions among the level-5 random effects of those carried as dual numbers, built once
+static const int * init_ranef_mapping()
+{
+    static int dualToEta[NDUALRANEF5];
+    static bool built = false;
+    if (built) return dualToEta;
+    built = true;
+    int mask[NRANEF5];
+    GetOdeRanefs(mask);
+    int n = 0;
+    for (int i = 0; i < NRANEF5 && n < NDUALRANEF5; i++)
+        if (mask[i] == 1) dualToEta[n++] = i;
+    return dualToEta;
+}
+
+static void capture_pred(int obsIndex, DualEta _ypred, const DualEta & _sqrtvf)
+{
+    extern void AccumulatePredEtaGrad(int obsIndex, int etaIdx, double dyGrad);
+    extern bool IsLaplaceEtaPredCaptureActive();
+    if (!IsLaplaceEtaPredCaptureActive()) return;
+    const int * dualToEta = init_ranef_mapping();
+    // on the log scale the derivative part is to hold the Jacobian of log y
+    if (ALLOWLOGTRANSFORM && bEnableLogTransform && _ypred > 0.0) _ypred /= (double)_ypred;
+    for (int j = 0; j < NDUALRANEF5; j++)
+        AccumulatePredEtaGrad(obsIndex, dualToEta[j], _ypred.b[j]);
 }
 
 void GetFixefName(int *_pi, char* _nm)
@@ -509,10 +701,10 @@ int GetNSigma()
 void GetThetaDualMask(int * mask)
 {
 	int _n = 0;
-	mask[_n++] = 0; // tvk
-	if (_is_fixef_enabled(1)) mask[_n++] = 0; // e1
-	if (_is_fixef_enabled(2)) mask[_n++] = 0; // e2
-	mask[_n++] = 0; // eps2
+	mask[_n++] = 1; // tvk
+	if (_is_fixef_enabled(1)) mask[_n++] = 1; // e1
+	if (_is_fixef_enabled(2)) mask[_n++] = 1; // e2
+	mask[_n++] = 1; // eps2
 }
 
 void GetRanef1Name(int *_pi, char* _nm)
@@ -549,7 +741,7 @@ void GetRanef5Name(int *_pi, char* _nm)
 
 void GetOdeRanefs(int *_pi)
 {
-	*_pi++ = 0; // nk
+	*_pi++ = 1; // nk
 }
 
 void GetErrorName(int *_pi, char* _nm)

@@ -11,7 +11,7 @@
 #define NRANEF4 0
 #define NRANEF5 0
 #define NDUALRANEF5 0
-#define NDUALFIXEFS 0
+#define NDUALFIXEFS 4
 #define MULTI_LEVEL_RANEF 0
 #define NSECONDARY 0 // number of secondary parameters
 #define TRULYTIMEBASED 1

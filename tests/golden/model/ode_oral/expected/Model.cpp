@@ -975,7 +975,7 @@ void MODEL_CLASS_DECL::eval_assign(DualType * zzY)
 	using NUM = MODEL_CLASS_DECL::DualType;
 	int _ix0 = 0, _ix1 = 0;	// used for table statement
 	double _xFrac = 0;
-	C = A1 / V;
+	C = (double)A1 / V;
 	Ka = 1.199999999999999956;
 	Cl = 0.5;
 	V = 10.0;

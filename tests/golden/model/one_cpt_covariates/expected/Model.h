@@ -10,8 +10,8 @@
 #define NRANEF3 0
 #define NRANEF4 0
 #define NRANEF5 2
-#define NDUALRANEF5 0
-#define NDUALFIXEFS 0
+#define NDUALRANEF5 2
+#define NDUALFIXEFS 4
 #define MULTI_LEVEL_RANEF 0
 #define NSECONDARY 0 // number of secondary parameters
 #define TRULYTIMEBASED 1

@@ -1116,7 +1116,7 @@ void MODEL_CLASS_DECL::eval_assign(DualType * zzY)
 	using NUM = MODEL_CLASS_DECL::DualType;
 	int _ix0 = 0, _ix1 = 0;	// used for table statement
 	double _xFrac = 0;
-	C = A2 / V;
+	C = (double)A2 / V;
 	k = 0.5;
 	k2 = 0.25;
 	V = 10.0;
