@@ -418,14 +418,17 @@ void CGenCode::GenModelCpp(NV const& includes) {
     fputs(preludeD, fp);
     GenUserIncludes(includes);
     GenModellingGlobalVariableDeclarations();
+    GenPlotVarRoutines();
     GenSequenceClasses();
     GenEventSimClasses();
     GenCovariateCodeOrbx();
+    GenStructuralCodeOrbx();
     pModel->AssertValid();
     int nOde = 0, bCanJacobian = 0, bCanMatexp = 0;
     GenInitSubjectEvalDerivAdvance(nOde, bCanJacobian, bCanMatexp);
     pModel->AssertValid();
     CollectUniqueVars();
+    GenGetSetGlobalVars();
     GenEndObsCode();
     GradientProcessing32();
     GenODEInfoRoutines(nOde, bCanJacobian, bCanMatexp);
@@ -435,6 +438,7 @@ void CGenCode::GenModelCpp(NV const& includes) {
     for (int code : {3, 2, 4, 5, 6})
         GenObsAndPredNameCode(code);
     GenUnifNormControlled();
+    GenVcvfixef();
     GenObservationCode(7);
     GenObservationCode(8);
     GenObservationSimTblCode();
@@ -470,6 +474,7 @@ void CGenCode::GenOrbxDLL(char const* modelFileName, char const* headerPath, cha
                           int genTypes, NV const& includes) {
     iGenTypes = genTypes;
     GenDllPhase1();
+    CheckVcvfixef();
     CheckObservationErrors();
     std::string id = get_model_id(modelFileName);
     long runTime = long(uint32_t(time(nullptr)));

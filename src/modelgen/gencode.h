@@ -133,8 +133,15 @@ class CGenCode {
     void GenUnifNormControlled();
     void GenObservationSimTblCode();
 
-    // The covariate routines (gen_covariates.cpp).
+    // The covariate routines (gen_covariates.cpp), the plot and structural tables
+    // (gen_plot_vars.cpp), the variables by name (gen_get_set.cpp), the vcvfixef blocks
+    // (gen_vcv.cpp).
     void GenCovariateCodeOrbx();
+    void GenPlotVarRoutines();
+    void GenStructuralCodeOrbx();
+    void GenGetSetGlobalVars();
+    void GenVcvfixef();
+    void CheckVcvfixef() const;
 
     // The subject evaluation section: start and reset of a subject (gen_subject.cpp), the
     // evaluation of parameters (gen_eval.cpp), derivatives and advance (gen_deriv.cpp), the

@@ -2,6 +2,18 @@
 // exported model routines that generated code calls before it defines them.
 #pragma once
 
+// Flags of a plottable variable.
+enum {
+    _TYP_CONTIN = 1,
+    _TYP_EVENT = 2,
+    _TYP_MULTI = 4,
+    _SWEEP_AVAIL = 8,
+    _POINT_AVAIL = 16,
+    _CAN_OVERLAY = 32,
+    _CAN_TRELLIS = 64,
+    _CAN_LOG = 128
+};
+
 // The kinds of observation the engine knows.
 enum class ObsType { Unknown, Gaussian, Multi, Event, Count, LL_cont, LL_cat, LL_count, LL_event };
 

@@ -533,6 +533,91 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "D2");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "A1Strip");
+
+        return;
+    }
+    if (*_pi == 2){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "a");
+
+        return;
+    }
+    if (*_pi == 3){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "alpha");
+
+        return;
+    }
+    if (*_pi == 4){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "b1");
+
+        return;
+    }
+    if (*_pi == 5){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "beta1");
+
+        return;
+    }
+    if (*_pi == 6){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "b2");
+
+        return;
+    }
+    if (*_pi == 7){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "beta2");
+
+        return;
+    }
+    if (*_pi == 8){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "ka");
+
+        return;
+    }
+    if (*_pi == 9){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "k30");
+
+        return;
+    }
+    if (*_pi == 10){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "t");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 11;}
+
 void AddToCpt(int _iCpt, double _dv);	// forward declaration
 
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -628,6 +713,20 @@ int GetStripDoseName(char* _nm){
         _rvalue = 1;
     }
     return _rvalue;
+}
+
+int GetNumStructural(){
+	return 0;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
 }
 
 cf_machines _cf_A1;
@@ -1407,6 +1506,166 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 	}
 }
 MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = t;
+        return 1;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "D2") == 0)
+    {
+        *_pv = double(D2);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1Strip") == 0)
+    {
+        *_pv = double(A1Strip);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A3") == 0)
+    {
+        *_pv = double(A3);
+        return 1;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "a") == 0)
+    {
+        *_pv = double(a);
+        return 1;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "alpha") == 0)
+    {
+        *_pv = double(alpha);
+        return 1;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "b1") == 0)
+    {
+        *_pv = double(b1);
+        return 1;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "beta1") == 0)
+    {
+        *_pv = double(beta1);
+        return 1;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "b2") == 0)
+    {
+        *_pv = double(b2);
+        return 1;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "beta2") == 0)
+    {
+        *_pv = double(beta2);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "ka") == 0)
+    {
+        *_pv = double(ka);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k30") == 0)
+    {
+        *_pv = double(k30);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = double(t);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'D' && strcmp(_nm, "D2") == 0)
+    {
+        D2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1Strip") == 0)
+    {
+        A1Strip = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A3") == 0)
+    {
+        // A3 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "a") == 0)
+    {
+        a = *_pv;
+        return;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "alpha") == 0)
+    {
+        alpha = *_pv;
+        return;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "b1") == 0)
+    {
+        b1 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "beta1") == 0)
+    {
+        beta1 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "b2") == 0)
+    {
+        b2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "beta2") == 0)
+    {
+        beta2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "ka") == 0)
+    {
+        ka = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k30") == 0)
+    {
+        k30 = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        t = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {
 	using NUM = MODEL_CLASS_DECL::DualType;
@@ -1538,6 +1797,12 @@ double _normControlled(BOOL bSample)
 {
 	return bSample ? norm() : 0.0;
 }
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
 {

@@ -522,6 +522,77 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Cl");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "V");
+
+        return;
+    }
+    if (*_pi == 2){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Ka");
+
+        return;
+    }
+    if (*_pi == 3){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "a");
+
+        return;
+    }
+    if (*_pi == 4){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "alpha");
+
+        return;
+    }
+    if (*_pi == 5){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "b");
+
+        return;
+    }
+    if (*_pi == 6){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "beta");
+
+        return;
+    }
+    if (*_pi == 7){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "A2Dose");
+
+        return;
+    }
+    if (*_pi == 8){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "t");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 9;}
+
 void AddToCpt(int _iCpt, double _dv);	// forward declaration
 
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -566,6 +637,20 @@ int GetStripDoseName(char* _nm){
     if (0){
     }
     return _rvalue;
+}
+
+int GetNumStructural(){
+	return 0;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
 }
 
 cf_machines _cf_A1;
@@ -1340,6 +1425,156 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 	}
 }
 MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = t;
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        *_pv = double(A1);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "Aa") == 0)
+    {
+        *_pv = double(Aa);
+        return 1;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cl") == 0)
+    {
+        *_pv = double(Cl);
+        return 1;
+    }
+    if (_nm[0] == 'V' && strcmp(_nm, "V") == 0)
+    {
+        *_pv = double(V);
+        return 1;
+    }
+    if (_nm[0] == 'K' && strcmp(_nm, "Ka") == 0)
+    {
+        *_pv = double(Ka);
+        return 1;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "a") == 0)
+    {
+        *_pv = double(a);
+        return 1;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "alpha") == 0)
+    {
+        *_pv = double(alpha);
+        return 1;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "b") == 0)
+    {
+        *_pv = double(b);
+        return 1;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "beta") == 0)
+    {
+        *_pv = double(beta);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A2Dose") == 0)
+    {
+        *_pv = double(A2Dose);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = double(t);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        // A1 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "Aa") == 0)
+    {
+        // Aa = *_pv;
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cl") == 0)
+    {
+        Cl = *_pv;
+        return;
+    }
+    if (_nm[0] == 'V' && strcmp(_nm, "V") == 0)
+    {
+        V = *_pv;
+        return;
+    }
+    if (_nm[0] == 'K' && strcmp(_nm, "Ka") == 0)
+    {
+        Ka = *_pv;
+        return;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "a") == 0)
+    {
+        a = *_pv;
+        return;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "alpha") == 0)
+    {
+        alpha = *_pv;
+        return;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "b") == 0)
+    {
+        b = *_pv;
+        return;
+    }
+    if (_nm[0] == 'b' && strcmp(_nm, "beta") == 0)
+    {
+        beta = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A2Dose") == 0)
+    {
+        A2Dose = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        t = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {
 	using NUM = MODEL_CLASS_DECL::DualType;
@@ -1471,6 +1706,12 @@ double _normControlled(BOOL bSample)
 {
 	return bSample ? norm() : 0.0;
 }
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
 {

@@ -759,6 +759,63 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "wt");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "sex");
+
+        return;
+    }
+    if (*_pi == 2){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "age");
+
+        return;
+    }
+    if (*_pi == 3){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "tvVs");
+
+        return;
+    }
+    if (*_pi == 4){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "V");
+
+        return;
+    }
+    if (*_pi == 5){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Vl");
+
+        return;
+    }
+    if (*_pi == 6){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Eff");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 7;}
+
 void AddToCpt(int _iCpt, double _dv);	// forward declaration
 
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -870,6 +927,22 @@ int GetStripDoseName(char* _nm){
     if (0){
     }
     return _rvalue;
+}
+
+int GetNumStructural(){
+	return 1;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	else if (_nm[0]=='V' && strcmp(_nm, "V")==0) _i = 0;
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
+	else if (*_pi == 0) strcpy(_nm, "V");
 }
 
 
@@ -1746,6 +1819,171 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 	}
 }
 MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 'a' && strcmp(_nm, "age") == 0)
+    {
+        *_pv = double(age);
+        return 1;
+    }
+    if (_nm[0] == 'w' && strcmp(_nm, "wt") == 0)
+    {
+        *_pv = double(wt);
+        return 1;
+    }
+    if (_nm[0] == 's' && strcmp(_nm, "sex") == 0)
+    {
+        *_pv = double(sex);
+        return 1;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dd") == 0)
+    {
+        *_pv = double(dd);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvV") == 0)
+    {
+        *_pv = double(tvV);
+        return 1;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dVsex") == 0)
+    {
+        *_pv = double(dVsex);
+        return 1;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dVdwt") == 0)
+    {
+        *_pv = double(dVdwt);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        *_pv = double(k);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nV") == 0)
+    {
+        *_pv = double(nV);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvVs") == 0)
+    {
+        *_pv = double(tvVs);
+        return 1;
+    }
+    if (_nm[0] == 'V' && strcmp(_nm, "V") == 0)
+    {
+        *_pv = double(V);
+        return 1;
+    }
+    if (_nm[0] == 'V' && strcmp(_nm, "Vl") == 0)
+    {
+        *_pv = double(Vl);
+        return 1;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "Eff") == 0)
+    {
+        *_pv = double(Eff);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'a' && strcmp(_nm, "age") == 0)
+    {
+        age = *_pv;
+        return;
+    }
+    if (_nm[0] == 'w' && strcmp(_nm, "wt") == 0)
+    {
+        wt = *_pv;
+        return;
+    }
+    if (_nm[0] == 's' && strcmp(_nm, "sex") == 0)
+    {
+        sex = *_pv;
+        return;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dd") == 0)
+    {
+        dd = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvV") == 0)
+    {
+        tvV = *_pv;
+        return;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dVsex") == 0)
+    {
+        dVsex = *_pv;
+        return;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dVdwt") == 0)
+    {
+        dVdwt = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        k = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nV") == 0)
+    {
+        nV = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvVs") == 0)
+    {
+        tvVs = *_pv;
+        return;
+    }
+    if (_nm[0] == 'V' && strcmp(_nm, "V") == 0)
+    {
+        V = *_pv;
+        return;
+    }
+    if (_nm[0] == 'V' && strcmp(_nm, "Vl") == 0)
+    {
+        Vl = *_pv;
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "Eff") == 0)
+    {
+        Eff = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {
 	using NUM = MODEL_CLASS_DECL::DualType;
@@ -1877,6 +2115,12 @@ double _normControlled(BOOL bSample)
 {
 	return bSample ? norm() : 0.0;
 }
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
 {

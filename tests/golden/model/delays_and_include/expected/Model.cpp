@@ -528,6 +528,70 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Cd");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Cmax");
+
+        return;
+    }
+    if (*_pi == 2){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Cp");
+
+        return;
+    }
+    if (*_pi == 3){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "inp");
+
+        return;
+    }
+    if (*_pi == 4){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "mdt");
+
+        return;
+    }
+    if (*_pi == 5){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "k");
+
+        return;
+    }
+    if (*_pi == 6){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "tau");
+
+        return;
+    }
+    if (*_pi == 7){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "t");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 8;}
+
 void AddToCpt(int _iCpt, double _dv);	// forward declaration
 
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -572,6 +636,20 @@ int GetStripDoseName(char* _nm){
     if (0){
     }
     return _rvalue;
+}
+
+int GetNumStructural(){
+	return 0;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
 }
 
 
@@ -1283,6 +1361,136 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 	}
 }
 MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = t;
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A") == 0)
+    {
+        *_pv = double(A);
+        return 1;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cd") == 0)
+    {
+        *_pv = double(Cd);
+        return 1;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cmax") == 0)
+    {
+        *_pv = double(Cmax);
+        return 1;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cp") == 0)
+    {
+        *_pv = double(Cp);
+        return 1;
+    }
+    if (_nm[0] == 'i' && strcmp(_nm, "inp") == 0)
+    {
+        *_pv = double(inp);
+        return 1;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mdt") == 0)
+    {
+        *_pv = double(mdt);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        *_pv = double(k);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tau") == 0)
+    {
+        *_pv = double(tau);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = double(t);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'A' && strcmp(_nm, "A") == 0)
+    {
+        A = *_pv;
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cd") == 0)
+    {
+        Cd = *_pv;
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cmax") == 0)
+    {
+        Cmax = *_pv;
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cp") == 0)
+    {
+        Cp = *_pv;
+        return;
+    }
+    if (_nm[0] == 'i' && strcmp(_nm, "inp") == 0)
+    {
+        inp = *_pv;
+        return;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mdt") == 0)
+    {
+        mdt = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        k = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tau") == 0)
+    {
+        tau = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        t = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {
 	using NUM = MODEL_CLASS_DECL::DualType;
@@ -1414,6 +1622,12 @@ double _normControlled(BOOL bSample)
 {
 	return bSample ? norm() : 0.0;
 }
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
 {

@@ -666,6 +666,91 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "mtt");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "ntr");
+
+        return;
+    }
+    if (*_pi == 2){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "mdt");
+
+        return;
+    }
+    if (*_pi == 3){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "shp");
+
+        return;
+    }
+    if (*_pi == 4){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "ka");
+
+        return;
+    }
+    if (*_pi == 5){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "ke");
+
+        return;
+    }
+    if (*_pi == 6){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "tl");
+
+        return;
+    }
+    if (*_pi == 7){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "fr");
+
+        return;
+    }
+    if (*_pi == 8){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "dur");
+
+        return;
+    }
+    if (*_pi == 9){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "r");
+
+        return;
+    }
+    if (*_pi == 10){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "t");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 11;}
+
 void AddToCpt(int _iCpt, double _dv);	// forward declaration
 
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -710,6 +795,20 @@ int GetStripDoseName(char* _nm){
     if (0){
     }
     return _rvalue;
+}
+
+int GetNumStructural(){
+	return 0;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
 }
 
 
@@ -2019,6 +2118,306 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 	}
 }
 MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = t;
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "AaDose") == 0)
+    {
+        *_pv = double(AaDose);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1InfDose") == 0)
+    {
+        *_pv = double(A1InfDose);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1InfRate") == 0)
+    {
+        *_pv = double(A1InfRate);
+        return 1;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "D2InfRate") == 0)
+    {
+        *_pv = double(D2InfRate);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1Dose2") == 0)
+    {
+        *_pv = double(A1Dose2);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1InfDose2") == 0)
+    {
+        *_pv = double(A1InfDose2);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nBefore") == 0)
+    {
+        *_pv = double(nBefore);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nAfter") == 0)
+    {
+        *_pv = double(nAfter);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "Aa") == 0)
+    {
+        *_pv = double(Aa);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        *_pv = double(A1);
+        return 1;
+    }
+    if (_nm[0] == 'U' && strcmp(_nm, "U") == 0)
+    {
+        *_pv = double(U);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "At") == 0)
+    {
+        *_pv = double(At);
+        return 1;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "D1") == 0)
+    {
+        *_pv = double(D1);
+        return 1;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "D2") == 0)
+    {
+        *_pv = double(D2);
+        return 1;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "D3") == 0)
+    {
+        *_pv = double(D3);
+        return 1;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mtt") == 0)
+    {
+        *_pv = double(mtt);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "ntr") == 0)
+    {
+        *_pv = double(ntr);
+        return 1;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mdt") == 0)
+    {
+        *_pv = double(mdt);
+        return 1;
+    }
+    if (_nm[0] == 's' && strcmp(_nm, "shp") == 0)
+    {
+        *_pv = double(shp);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "ka") == 0)
+    {
+        *_pv = double(ka);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "ke") == 0)
+    {
+        *_pv = double(ke);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tl") == 0)
+    {
+        *_pv = double(tl);
+        return 1;
+    }
+    if (_nm[0] == 'f' && strcmp(_nm, "fr") == 0)
+    {
+        *_pv = double(fr);
+        return 1;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dur") == 0)
+    {
+        *_pv = double(dur);
+        return 1;
+    }
+    if (_nm[0] == 'r' && strcmp(_nm, "r") == 0)
+    {
+        *_pv = double(r);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = double(t);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'A' && strcmp(_nm, "AaDose") == 0)
+    {
+        AaDose = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1InfDose") == 0)
+    {
+        A1InfDose = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1InfRate") == 0)
+    {
+        A1InfRate = *_pv;
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "D2InfRate") == 0)
+    {
+        D2InfRate = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1Dose2") == 0)
+    {
+        A1Dose2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1InfDose2") == 0)
+    {
+        A1InfDose2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nBefore") == 0)
+    {
+        nBefore = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nAfter") == 0)
+    {
+        nAfter = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "Aa") == 0)
+    {
+        Aa = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        A1 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'U' && strcmp(_nm, "U") == 0)
+    {
+        U = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "At") == 0)
+    {
+        At = *_pv;
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "D1") == 0)
+    {
+        D1 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "D2") == 0)
+    {
+        D2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "D3") == 0)
+    {
+        D3 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mtt") == 0)
+    {
+        mtt = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "ntr") == 0)
+    {
+        ntr = *_pv;
+        return;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mdt") == 0)
+    {
+        mdt = *_pv;
+        return;
+    }
+    if (_nm[0] == 's' && strcmp(_nm, "shp") == 0)
+    {
+        shp = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "ka") == 0)
+    {
+        ka = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "ke") == 0)
+    {
+        ke = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tl") == 0)
+    {
+        tl = *_pv;
+        return;
+    }
+    if (_nm[0] == 'f' && strcmp(_nm, "fr") == 0)
+    {
+        fr = *_pv;
+        return;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dur") == 0)
+    {
+        dur = *_pv;
+        return;
+    }
+    if (_nm[0] == 'r' && strcmp(_nm, "r") == 0)
+    {
+        r = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        t = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {
 	using NUM = MODEL_CLASS_DECL::DualType;
@@ -2150,6 +2549,12 @@ double _normControlled(BOOL bSample)
 {
 	return bSample ? norm() : 0.0;
 }
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
 {

@@ -521,6 +521,56 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "inp");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "mdt");
+
+        return;
+    }
+    if (*_pi == 2){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "shp");
+
+        return;
+    }
+    if (*_pi == 3){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "mdt2");
+
+        return;
+    }
+    if (*_pi == 4){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "k");
+
+        return;
+    }
+    if (*_pi == 5){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "t");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 6;}
+
 void AddToCpt(int _iCpt, double _dv);	// forward declaration
 
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -565,6 +615,20 @@ int GetStripDoseName(char* _nm){
     if (0){
     }
     return _rvalue;
+}
+
+int GetNumStructural(){
+	return 0;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
 }
 
 
@@ -1285,6 +1349,126 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 	}
 }
 MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = t;
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        *_pv = double(A1);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A2") == 0)
+    {
+        *_pv = double(A2);
+        return 1;
+    }
+    if (_nm[0] == 'i' && strcmp(_nm, "inp") == 0)
+    {
+        *_pv = double(inp);
+        return 1;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mdt") == 0)
+    {
+        *_pv = double(mdt);
+        return 1;
+    }
+    if (_nm[0] == 's' && strcmp(_nm, "shp") == 0)
+    {
+        *_pv = double(shp);
+        return 1;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mdt2") == 0)
+    {
+        *_pv = double(mdt2);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        *_pv = double(k);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = double(t);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        A1 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A2") == 0)
+    {
+        A2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'i' && strcmp(_nm, "inp") == 0)
+    {
+        inp = *_pv;
+        return;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mdt") == 0)
+    {
+        mdt = *_pv;
+        return;
+    }
+    if (_nm[0] == 's' && strcmp(_nm, "shp") == 0)
+    {
+        shp = *_pv;
+        return;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mdt2") == 0)
+    {
+        mdt2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        k = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        t = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {
 	using NUM = MODEL_CLASS_DECL::DualType;
@@ -1416,6 +1600,12 @@ double _normControlled(BOOL bSample)
 {
 	return bSample ? norm() : 0.0;
 }
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
 {

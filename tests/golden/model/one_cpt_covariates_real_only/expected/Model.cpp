@@ -609,6 +609,63 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "wt");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "dosetime");
+
+        return;
+    }
+    if (*_pi == 2){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "C");
+
+        return;
+    }
+    if (*_pi == 3){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "V");
+
+        return;
+    }
+    if (*_pi == 4){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Cl");
+
+        return;
+    }
+    if (*_pi == 5){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Ka");
+
+        return;
+    }
+    if (*_pi == 6){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "t");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 7;}
+
 void AddToCpt(int _iCpt, double _dv);	// forward declaration
 
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -701,6 +758,26 @@ int GetStripDoseName(char* _nm){
     if (0){
     }
     return _rvalue;
+}
+
+int GetNumStructural(){
+	return 3;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	else if (_nm[0]=='V' && strcmp(_nm, "V")==0) _i = 0;
+	else if (_nm[0]=='C' && strcmp(_nm, "Cl")==0) _i = 1;
+	else if (_nm[0]=='K' && strcmp(_nm, "Ka")==0) _i = 2;
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
+	else if (*_pi == 0) strcpy(_nm, "V");
+	else if (*_pi == 1) strcpy(_nm, "Cl");
+	else if (*_pi == 2) strcpy(_nm, "Ka");
 }
 
 
@@ -1748,6 +1825,196 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 	}
 }
 MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = t;
+        return 1;
+    }
+    if (_nm[0] == 'w' && strcmp(_nm, "wt") == 0)
+    {
+        *_pv = double(wt);
+        return 1;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dosetime") == 0)
+    {
+        *_pv = double(dosetime);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "Aa") == 0)
+    {
+        *_pv = double(Aa);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        *_pv = double(A1);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvV") == 0)
+    {
+        *_pv = double(tvV);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvCl") == 0)
+    {
+        *_pv = double(tvCl);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvKa") == 0)
+    {
+        *_pv = double(tvKa);
+        return 1;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dVdwt") == 0)
+    {
+        *_pv = double(dVdwt);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nV") == 0)
+    {
+        *_pv = double(nV);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nCl") == 0)
+    {
+        *_pv = double(nCl);
+        return 1;
+    }
+    if (_nm[0] == 'V' && strcmp(_nm, "V") == 0)
+    {
+        *_pv = double(V);
+        return 1;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cl") == 0)
+    {
+        *_pv = double(Cl);
+        return 1;
+    }
+    if (_nm[0] == 'K' && strcmp(_nm, "Ka") == 0)
+    {
+        *_pv = double(Ka);
+        return 1;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "C") == 0)
+    {
+        *_pv = double(C);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = double(t);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'w' && strcmp(_nm, "wt") == 0)
+    {
+        wt = *_pv;
+        return;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dosetime") == 0)
+    {
+        dosetime = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "Aa") == 0)
+    {
+        Aa = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        A1 = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvV") == 0)
+    {
+        tvV = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvCl") == 0)
+    {
+        tvCl = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvKa") == 0)
+    {
+        tvKa = *_pv;
+        return;
+    }
+    if (_nm[0] == 'd' && strcmp(_nm, "dVdwt") == 0)
+    {
+        dVdwt = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nV") == 0)
+    {
+        nV = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nCl") == 0)
+    {
+        nCl = *_pv;
+        return;
+    }
+    if (_nm[0] == 'V' && strcmp(_nm, "V") == 0)
+    {
+        V = *_pv;
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cl") == 0)
+    {
+        Cl = *_pv;
+        return;
+    }
+    if (_nm[0] == 'K' && strcmp(_nm, "Ka") == 0)
+    {
+        Ka = *_pv;
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "C") == 0)
+    {
+        C = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        t = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {
 	using NUM = MODEL_CLASS_DECL::DualType;
@@ -1883,6 +2150,12 @@ double _normControlled(BOOL bSample)
 {
 	return bSample ? norm() : 0.0;
 }
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
 {

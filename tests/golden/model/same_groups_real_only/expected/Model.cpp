@@ -571,6 +571,28 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "k");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "t");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 2;}
+
 void AddToCpt(int _iCpt, double _dv);	// forward declaration
 
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -615,6 +637,22 @@ int GetStripDoseName(char* _nm){
     if (0){
     }
     return _rvalue;
+}
+
+int GetNumStructural(){
+	return 1;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	else if (_nm[0]=='k' && strcmp(_nm, "k")==0) _i = 0;
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
+	else if (*_pi == 0) strcpy(_nm, "k");
 }
 
 
@@ -1600,6 +1638,126 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 	}
 }
 MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = t;
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A") == 0)
+    {
+        *_pv = double(A);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvk") == 0)
+    {
+        *_pv = double(tvk);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n1") == 0)
+    {
+        *_pv = double(n1);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n2") == 0)
+    {
+        *_pv = double(n2);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n3") == 0)
+    {
+        *_pv = double(n3);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n4") == 0)
+    {
+        *_pv = double(n4);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        *_pv = double(k);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = double(t);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'A' && strcmp(_nm, "A") == 0)
+    {
+        A = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvk") == 0)
+    {
+        tvk = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n1") == 0)
+    {
+        n1 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n2") == 0)
+    {
+        n2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n3") == 0)
+    {
+        n3 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n4") == 0)
+    {
+        n4 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        k = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        t = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {
 	using NUM = MODEL_CLASS_DECL::DualType;
@@ -1735,6 +1893,12 @@ double _normControlled(BOOL bSample)
 {
 	return bSample ? norm() : 0.0;
 }
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
 {

@@ -567,6 +567,77 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "C");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Tpk");
+
+        return;
+    }
+    if (*_pi == 2){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "Cmax");
+
+        return;
+    }
+    if (*_pi == 3){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "k");
+
+        return;
+    }
+    if (*_pi == 4){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "k2");
+
+        return;
+    }
+    if (*_pi == 5){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "V");
+
+        return;
+    }
+    if (*_pi == 6){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "mtt");
+
+        return;
+    }
+    if (*_pi == 7){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "ntr");
+
+        return;
+    }
+    if (*_pi == 8){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "t");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 9;}
+
 void AddToCpt(int _iCpt, double _dv);	// forward declaration
 
 template <typename Model>
@@ -693,6 +764,20 @@ int GetStripDoseName(char* _nm){
     if (0){
     }
     return _rvalue;
+}
+
+int GetNumStructural(){
+	return 0;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
 }
 
 
@@ -1468,6 +1553,186 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 	}
 }
 MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = t;
+        return 1;
+    }
+    if (_nm[0] == 'x' && strcmp(_nm, "x") == 0)
+    {
+        *_pv = double(x);
+        return 1;
+    }
+    if (_nm[0] == 'c' && strcmp(_nm, "cnt") == 0)
+    {
+        *_pv = double(cnt);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        *_pv = double(A1);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A2") == 0)
+    {
+        *_pv = double(A2);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "At") == 0)
+    {
+        *_pv = double(At);
+        return 1;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "C") == 0)
+    {
+        *_pv = double(C);
+        return 1;
+    }
+    if (_nm[0] == 'T' && strcmp(_nm, "Tpk") == 0)
+    {
+        *_pv = double(Tpk);
+        return 1;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cmax") == 0)
+    {
+        *_pv = double(Cmax);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        *_pv = double(k);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k2") == 0)
+    {
+        *_pv = double(k2);
+        return 1;
+    }
+    if (_nm[0] == 'V' && strcmp(_nm, "V") == 0)
+    {
+        *_pv = double(V);
+        return 1;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mtt") == 0)
+    {
+        *_pv = double(mtt);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "ntr") == 0)
+    {
+        *_pv = double(ntr);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = double(t);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'x' && strcmp(_nm, "x") == 0)
+    {
+        x = *_pv;
+        return;
+    }
+    if (_nm[0] == 'c' && strcmp(_nm, "cnt") == 0)
+    {
+        cnt = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        A1 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A2") == 0)
+    {
+        A2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "At") == 0)
+    {
+        At = *_pv;
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "C") == 0)
+    {
+        C = *_pv;
+        return;
+    }
+    if (_nm[0] == 'T' && strcmp(_nm, "Tpk") == 0)
+    {
+        Tpk = *_pv;
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "Cmax") == 0)
+    {
+        Cmax = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        k = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k2") == 0)
+    {
+        k2 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'V' && strcmp(_nm, "V") == 0)
+    {
+        V = *_pv;
+        return;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mtt") == 0)
+    {
+        mtt = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "ntr") == 0)
+    {
+        ntr = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        t = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {
 	using NUM = MODEL_CLASS_DECL::DualType;
@@ -1599,6 +1864,12 @@ double _normControlled(BOOL bSample)
 {
 	return bSample ? norm() : 0.0;
 }
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
 {

@@ -543,6 +543,63 @@ void SetVarUnits(const char* _nm, const char* _units)
     }
 }
 
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "mtt");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "f");
+
+        return;
+    }
+    if (*_pi == 2){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "ntr");
+
+        return;
+    }
+    if (*_pi == 3){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "kin");
+
+        return;
+    }
+    if (*_pi == 4){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "kout");
+
+        return;
+    }
+    if (*_pi == 5){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "ke");
+
+        return;
+    }
+    if (*_pi == 6){
+        *_pflags = _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "t");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 7;}
+
 void AddToCpt(int _iCpt, double _dv);	// forward declaration
 
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -587,6 +644,20 @@ int GetStripDoseName(char* _nm){
     if (0){
     }
     return _rvalue;
+}
+
+int GetNumStructural(){
+	return 0;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
 }
 
 
@@ -1327,6 +1398,146 @@ void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
 	}
 }
 MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = t;
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        *_pv = double(A1);
+        return 1;
+    }
+    if (_nm[0] == 'U' && strcmp(_nm, "U") == 0)
+    {
+        *_pv = double(U);
+        return 1;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "At") == 0)
+    {
+        *_pv = double(At);
+        return 1;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mtt") == 0)
+    {
+        *_pv = double(mtt);
+        return 1;
+    }
+    if (_nm[0] == 'f' && strcmp(_nm, "f") == 0)
+    {
+        *_pv = double(f);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "ntr") == 0)
+    {
+        *_pv = double(ntr);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "kin") == 0)
+    {
+        *_pv = double(kin);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "kout") == 0)
+    {
+        *_pv = double(kout);
+        return 1;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "ke") == 0)
+    {
+        *_pv = double(ke);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        *_pv = double(t);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        A1 = *_pv;
+        return;
+    }
+    if (_nm[0] == 'U' && strcmp(_nm, "U") == 0)
+    {
+        U = *_pv;
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "At") == 0)
+    {
+        At = *_pv;
+        return;
+    }
+    if (_nm[0] == 'm' && strcmp(_nm, "mtt") == 0)
+    {
+        mtt = *_pv;
+        return;
+    }
+    if (_nm[0] == 'f' && strcmp(_nm, "f") == 0)
+    {
+        f = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "ntr") == 0)
+    {
+        ntr = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "kin") == 0)
+    {
+        kin = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "kout") == 0)
+    {
+        kout = *_pv;
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "ke") == 0)
+    {
+        ke = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        t = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {
 	using NUM = MODEL_CLASS_DECL::DualType;
@@ -1458,6 +1669,12 @@ double _normControlled(BOOL bSample)
 {
 	return bSample ? norm() : 0.0;
 }
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
 {
