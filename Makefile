@@ -4,7 +4,7 @@
 BUILD_DIR ?= build
 ASAN_DIR  ?= build-asan
 JOBS      ?= 2
-DEBS      := cmake g++ make libgtest-dev libeigen3-dev
+DEBS      := cmake g++ make libgtest-dev libeigen3-dev nlohmann-json3-dev
 
 .PHONY: all setup build build-asan demo check test test-asan format clean
 

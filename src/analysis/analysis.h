@@ -140,3 +140,17 @@ void CheckModel(cn const& model);
 void CheckModels(NV const& models);
 // 'node' with each variable of 'names' replaced by one shared number 0.
 N zero_error(cn const& node, SV const& names);
+
+// ---- Units (units.cpp) -----------------------------------------------------------------------
+// The table of units is the pair 'names' (qualified by 'context', empty in a model) and
+// 'table'; it only grows. A dose, observation or covariate X with no units yet has the base
+// unit CN_UNIT_NAME X.
+
+// Infers units over the statements of 'body', given the structural parameters 'params' and
+// the fixed effects 'fixefs', repeating until nothing changes.
+void PropagateUnits(cn const& body, SV const& params, SV const& fixefs, char const* context,
+                    SV& names, NV& table);
+// One statement's rules; 'stmts' is the model around it, 'time' the unit of time (the model's
+// CN_UNIT_TIME when empty). Sets 'iChanged' when anything got units.
+void PropagateUnitsOneStatement(N const& stmt, NV const& stmts, char const* context, SV& names,
+                                NV& table, N const& time, int& iChanged);

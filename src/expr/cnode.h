@@ -159,6 +159,14 @@ class CNode {
     N ElevateSum() const;
     N GetLog() const;
 
+    // Unit algebra (units.cpp). These write into this node: a unit expression is simplified
+    // in place, and inference fills `units`. 'names' and 'table' are the parallel lists of
+    // known units by variable name, qualified by 'context'.
+    void SimpUnits();
+    void SimpUnitsCountPowers(int sign, NV& factors, std::vector<unsigned short>& powers);
+    void SetUnits(N u, char const* context, SV& names, NV& table);
+    void PropagateUnits(char const* context, SV& names, NV& table, int& iChanged);
+
     void AssertValid() const;
     void ClearTemp1();
     void ClearTemp2();

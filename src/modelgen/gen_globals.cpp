@@ -710,7 +710,7 @@ static void GenOdeRanefs(CGenCode const& g) {
 
 // The variables whose units the engine may set: time, observations, dose points, covariates
 // and initial doses, each once.
-static SV GetUnitSlots(CGenCode const& g) {
+SV GetUnitSlots(CGenCode const& g) {
     SV slots;
     if (g.bTimeBased) slots.push_back("t");
     for (SV const* list : {&g.saObserved, &g.saDosepoints1, &g.saDosepoints2, &g.saCovariates})

@@ -50,7 +50,7 @@ static void GenTableTrigger(CGenCode const& g, cn const& stmt) {
 // or the simulation action with _pred as the observed value.
 static void GenTableObserve(CGenCode const& g, cn const& stmt) {
     FILE* fp = g.fp;
-    ObsMeanVar mv = g.GetObsMeanVar(stmt);
+    ObsMeanVar mv = g.GetObsError(stmt);
     g.GenObsStd(mv, "        ");
     GenTableBefore(g, stmt);
     if (N action = TableSimulationAction(stmt)) {

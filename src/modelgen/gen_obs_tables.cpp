@@ -266,7 +266,7 @@ static void GenPredObsError(CGenCode const& g) {
     for (N const& s : g.paSortedObserve) {
         if (s->type != CN_OBSERVE) continue;
         fprintf(fp, "\t} else if (_iObs == %d){\n", j++);
-        fprintf(fp, "\t\t_iError = %d;\n", g.GetObsMeanVar(s).errIndex);
+        fprintf(fp, "\t\t_iError = %d;\n", g.GetObsError(s).errIndex);
     }
     fprintf(fp, "\t}\n");
     fprintf(fp, "\treturn _iError;\n");

@@ -166,7 +166,10 @@ static void GenProbabilities(CGenCode const& g, cn const& stmt, bool sim, char c
     fprintf(fp, "%s_probge[0] = 1;\n", indent);
     for (int i = 1; i <= n; i++) {
         fprintf(fp, "%s_probge[%d] = %s(%s", indent, i, link, sim ? "(double)" : "");
-        GenC(stmt->list[size_t(i - 1)], fp);
+        if (sim)
+            GenCReal(stmt->list[size_t(i - 1)], fp); // into a double array
+        else
+            GenC(stmt->list[size_t(i - 1)], fp);
         if (strcmp(link, "ilogit") == 0) fprintf(fp, ", %d, %d", i, n - i + 1);
         fprintf(fp, ");\n");
     }

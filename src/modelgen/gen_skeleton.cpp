@@ -423,12 +423,14 @@ void CGenCode::GenModelCpp(NV const& includes) {
     GenEventSimClasses();
     GenCovariateCodeOrbx();
     GenStructuralCodeOrbx();
+    GenVarUnits();
     pModel->AssertValid();
     int nOde = 0, bCanJacobian = 0, bCanMatexp = 0;
     GenInitSubjectEvalDerivAdvance(nOde, bCanJacobian, bCanMatexp);
     pModel->AssertValid();
     CollectUniqueVars();
     GenGetSetGlobalVars();
+    GenSAEMCode();
     GenEndObsCode();
     GradientProcessing32();
     GenODEInfoRoutines(nOde, bCanJacobian, bCanMatexp);

@@ -116,6 +116,7 @@ class CGenCode {
     // What the observation routines share (obs_common.cpp). 'which' of GetAppendixAction is 0
     // for dobefore, 1 for doafter, 2 for simulate.
     ObsMeanVar GetObsMeanVar(cn const& stmt) const;
+    ObsMeanVar GetObsError(cn const& stmt) const; // without mean and variance
     void GenObsStd(ObsMeanVar const& mv, char const* indent) const;
     ObsTimeArgs GetObsTimeArgs(cn const& stmt) const;
     void GenObsAction(cn const& action, char const* comment, int indent, char const* eval) const;
@@ -142,6 +143,13 @@ class CGenCode {
     void GenGetSetGlobalVars();
     void GenVcvfixef();
     void CheckVcvfixef() const;
+
+    // The units inferred over the model, printed as GetVarUnits (gen_units.cpp).
+    void GenVarUnits();
+
+    // The SAEM routines, or their dummies when the model doesn't fit the linear design
+    // (gen_saem.cpp). Returns 1 when SAEM can be used.
+    int GenSAEMCode();
 
     // The subject evaluation section: start and reset of a subject (gen_subject.cpp), the
     // evaluation of parameters (gen_eval.cpp), derivatives and advance (gen_deriv.cpp), the
@@ -237,3 +245,6 @@ class CGenCode {
     // The integrator list: deriv, urine, transit, transit2 and event variables joined.
     SV GetIntegratorList() const;
 };
+
+// The variables whose units the engine sets, each with its _X_Units slot (gen_globals.cpp).
+SV GetUnitSlots(CGenCode const& g);

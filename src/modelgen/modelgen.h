@@ -109,3 +109,12 @@ char const* GetContextTypeArgument();
 char const* GenerateDistType(String const& name);
 bool has_time(N const& base, N const& exponent);
 bool suspicious(N const& node, CNodeType parent);
+
+// Unit expressions as calls of the engine's unit routines (gen_units.cpp): _units_Mul(a,b),
+// _units_Div, _units_Log, _units_Exp, __NumberString(2), _X_Units for a base unit X.
+void GenUnitsCode(cn const& u, FILE* fp);
+// "name: <code>\r\n", for debugging.
+void PrintUnits(FILE* fp, char const* name, cn const& u);
+// GetVarUnits over the table 'names'/'table', simplified in place; an entry whose units name
+// a base unit without a slot among 'slots' is left out. 'bTime' adds the line of "t".
+void GenUnitsRoutines(FILE* fp, SV& names, NV& table, int bTime, SV const& slots);

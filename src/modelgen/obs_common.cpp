@@ -6,12 +6,21 @@ static char const* C(String const& s) {
     return s;
 }
 
-// Error variable, mean and variance function of an observe statement.
-ObsMeanVar CGenCode::GetObsMeanVar(cn const& stmt) const {
+// The error variable of an observe statement, with the expression solved for it.
+ObsMeanVar CGenCode::GetObsError(cn const& stmt) const {
     ObsMeanVar r;
     GenEpsilonExpression(stmt->name, stmt->child2, r.solved, r.err, r.frozen);
     r.errIndex = MemberOf(r.err, saError);
     if (r.solved) r.solved = r.solved->Subst(NewVar(stmt->name), NewVar("_v1"), false);
+    r.mean = NewNum(0.0);
+    r.var = NewNum(1.0);
+    return r;
+}
+
+// Error variable, mean and variance function of an observe statement.
+ObsMeanVar CGenCode::GetObsMeanVar(cn const& stmt) const {
+    ObsMeanVar r = GetObsError(stmt);
+    r.mean = r.var = N();
     int iFail = 0;
     if (stmt->child2) GenMeanVarianceExpr(stmt->child2->Copy(), r.mean, r.var, iFail);
     if (!r.mean) r.mean = NewNum(0.0);

@@ -22,3 +22,10 @@ void SetErrorMsg(char const* message);
 void ClearErrorMsg();
 void SetErrorMessageWithParams(char const* message, ...);
 extern int bEnableLogTransform;
+
+// Unit texts: products, quotients, logs and exps of unit texts, and a number as a unit text.
+char const* _units_Mul(char const* a, char const* b);
+char const* _units_Div(char const* a, char const* b);
+char const* _units_Log(char const* a);
+char const* _units_Exp(char const* a);
+char const* __NumberString(double value);

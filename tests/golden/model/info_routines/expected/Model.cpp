@@ -1077,6 +1077,96 @@ void GetStructuralName(int* _pi, char* _nm){
 	if (0);
 }
 
+void GetVarUnits(const char* _nm, char* _units){
+	const char* _p = nullptr;
+	_units[0] = 0;
+    if (_nm[0] == 'w' && strcmp(_nm, "wt") == 0)
+    {
+        _p = _wt_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "Dose") == 0)
+    {
+        _p = _Dose_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "age") == 0)
+    {
+        _p = _age_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "alpha") == 0)
+    {
+        _p = _units_Div(__NumberString(1),_t_Units);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvalpha") == 0)
+    {
+        _p = _units_Div(__NumberString(1),_t_Units);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "CObs") == 0)
+    {
+        _p = _CObs_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "C") == 0)
+    {
+        _p = _CObs_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'e' && strcmp(_nm, "eps") == 0)
+    {
+        _p = _CObs_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'A' && strcmp(_nm, "A1Dose") == 0)
+    {
+        _p = __NumberString(1);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'a' && strcmp(_nm, "a") == 0)
+    {
+        _p = _age_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'h' && strcmp(_nm, "h") == 0)
+    {
+        _p = __NumberString(0.1);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tva") == 0)
+    {
+        _p = _units_Div(_age_Units,_wt_Units);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "na") == 0)
+    {
+        _p = __NumberString(0);
+        strcpy(_units, _p);
+        return;
+    }
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        _p = _t_Units;
+        strcpy(_units, _p);
+        return;
+    }
+}
+
 cf_machines _cf_A1;
 
 #define C (CF2GetVal1<NUM>(_cf_A1) / valid_strip(_initial_Dose != _NA ? _initial_Dose : Dose, "For the current model and the data used 'Dose' must be set to non-zero value (usually the stripping dose is identical to the administered dose)."))
@@ -2132,6 +2222,88 @@ void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
 
     eval_sparams(zzY);
 }
+int IsSaemRanef(int * _idx)
+{
+	static const int is_saem[] = {0};
+    return is_saem[* _idx];
+}
+
+void GetSaemCMatrixSize(int* nBaseEta, int* nExtraEta, int* nTheta)
+{
+    *nBaseEta = *nTheta = *nExtraEta = 0;
+
+    {(*nExtraEta)++; (*nTheta)++;} // bare theta tva
+
+    {(*nExtraEta)++; (*nTheta)++;} // bare theta tvalpha
+
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_saem_matrix(double * daCMat, int * theta2eta)
+{
+	int _nBaseEta, _nExtraEta, _nTheta, _nEta;
+	int _iEta = 0;
+	int _jTheta = 0;
+	GetSaemCMatrixSize(&_nBaseEta, &_nExtraEta, &_nTheta);
+	_nEta = _nBaseEta + _nExtraEta;
+	// clear the C matrix
+	memset(daCMat, 0, sizeof(double)*_nEta*_nTheta);
+
+	// for additional bare thetas
+	{
+		daCMat[_iEta + _jTheta * _nEta] = 1; // extra eta for bare theta tva
+		theta2eta[_jTheta] = -1;
+		_iEta++;
+		_jTheta++;
+	}
+	{
+		daCMat[_iEta + _jTheta * _nEta] = 1; // extra eta for bare theta tvalpha
+		theta2eta[_jTheta] = -1;
+		_iEta++;
+		_jTheta++;
+	}
+	// assert _iEta == _nEta
+	// assert _jTheta == _nTheta
+}
+
+int GetCovariateIsInCMatrix(const char* name)
+{
+
+	return 0;
+}
+
+void GetSaemThetaInfo(int* iaCColToITheta, int* baCColIsLog)
+{
+	int _jCTheta = 0;
+	int _nTheta = 0;
+	int _iaIFixefErrToITheta[2+1];
+	int _i;
+	for (_i = 0; _i < 2+1; _i++) _iaIFixefErrToITheta[_i] = -1;
+	GetFixefErrToThetaMap(_iaIFixefErrToITheta, &_nTheta);
+	// for additional bare thetas
+	{
+		iaCColToITheta[_jCTheta] = _iaIFixefErrToITheta[0]; // tva
+		baCColIsLog[_jCTheta] = 0;
+		_jCTheta++;
+	}
+	{
+		iaCColToITheta[_jCTheta] = _iaIFixefErrToITheta[1]; // tvalpha
+		baCColIsLog[_jCTheta] = 0;
+		_jCTheta++;
+	}
+}
+
+void GetSaemNaivePoolThetas(int* nNPTheta, int* iaTheta)
+{
+	int _jTheta = 0;
+	*nNPTheta = _jTheta;
+}
+
+int CanUseSAEM()
+{
+	return 1;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {

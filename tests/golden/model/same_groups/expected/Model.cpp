@@ -842,6 +842,60 @@ void GetStructuralName(int* _pi, char* _nm){
 	else if (*_pi == 0) strcpy(_nm, "k");
 }
 
+void GetVarUnits(const char* _nm, char* _units){
+	const char* _p = nullptr;
+	_units[0] = 0;
+    if (_nm[0] == 'A' && strcmp(_nm, "A") == 0)
+    {
+        _p = _A_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        _p = _units_Div(__NumberString(1),_t_Units);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvk") == 0)
+    {
+        _p = _units_Div(__NumberString(1),_t_Units);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n4") == 0)
+    {
+        _p = __NumberString(0);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n3") == 0)
+    {
+        _p = __NumberString(0);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n1") == 0)
+    {
+        _p = __NumberString(0);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n2") == 0)
+    {
+        _p = __NumberString(0);
+        strcpy(_units, _p);
+        return;
+    }
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        _p = _t_Units;
+        strcpy(_units, _p);
+        return;
+    }
+}
+
 
 // routine to read out all the CF state vector
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -1944,6 +1998,41 @@ void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
 
     eval_sparams(zzY);
 }
+// SAEM not allowed. These are dummy routines
+int IsSaemRanef(int * _idx)
+{
+    return 0;
+}
+
+void GetSaemCMatrixSize(int* nBaseEta, int* nExtraEta, int* nTheta)
+{
+    *nBaseEta = *nTheta = *nExtraEta = 0;
+}
+
+int GetCovariateIsInCMatrix(const char* name)
+{
+    return 0;
+}
+
+void GetSaemThetaInfo(int* iaCColToITheta, int* baCColIsLog)
+{
+}
+
+void GetSaemNaivePoolThetas(int* nNPTheta, int* iaTheta)
+{
+    *nNPTheta = 0;
+}
+
+int CanUseSAEM()
+{
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_saem_matrix(double * daCMat, int * theta2eta)
+{
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {

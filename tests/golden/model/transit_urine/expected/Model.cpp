@@ -656,6 +656,36 @@ void GetStructuralName(int* _pi, char* _nm){
 	if (0);
 }
 
+void GetVarUnits(const char* _nm, char* _units){
+	const char* _p = nullptr;
+	_units[0] = 0;
+    if (_nm[0] == 'm' && strcmp(_nm, "mtt") == 0)
+    {
+        _p = __NumberString(2);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "n") == 0)
+    {
+        _p = __NumberString(2.5);
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'k' && strcmp(_nm, "k") == 0)
+    {
+        _p = __NumberString(0.1);
+        strcpy(_units, _p);
+        return;
+    }
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        _p = _t_Units;
+        strcpy(_units, _p);
+        return;
+    }
+}
+
 
 // routine to read out all the CF state vector
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -1545,6 +1575,59 @@ void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
 
     eval_sparams(zzY);
 }
+int IsSaemRanef(int * _idx)
+{
+    return 0;
+}
+
+void GetSaemCMatrixSize(int* nBaseEta, int* nExtraEta, int* nTheta)
+{
+    *nBaseEta = *nTheta = *nExtraEta = 0;
+
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_saem_matrix(double * daCMat, int * theta2eta)
+{
+	int _nBaseEta, _nExtraEta, _nTheta, _nEta;
+	int _iEta = 0;
+	int _jTheta = 0;
+	GetSaemCMatrixSize(&_nBaseEta, &_nExtraEta, &_nTheta);
+	_nEta = _nBaseEta + _nExtraEta;
+	// clear the C matrix
+	memset(daCMat, 0, sizeof(double)*_nEta*_nTheta);
+
+	// assert _iEta == _nEta
+	// assert _jTheta == _nTheta
+}
+
+int GetCovariateIsInCMatrix(const char* name)
+{
+
+	return 0;
+}
+
+void GetSaemThetaInfo(int* iaCColToITheta, int* baCColIsLog)
+{
+	int _jCTheta = 0;
+	int _nTheta = 0;
+	int _iaIFixefErrToITheta[0+0];
+	int _i;
+	for (_i = 0; _i < 0+0; _i++) _iaIFixefErrToITheta[_i] = -1;
+	GetFixefErrToThetaMap(_iaIFixefErrToITheta, &_nTheta);
+}
+
+void GetSaemNaivePoolThetas(int* nNPTheta, int* iaTheta)
+{
+	int _jTheta = 0;
+	*nNPTheta = _jTheta;
+}
+
+int CanUseSAEM()
+{
+	return 1;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {

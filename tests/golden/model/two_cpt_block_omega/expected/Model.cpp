@@ -911,6 +911,24 @@ void GetStructuralName(int* _pi, char* _nm){
 	else if (*_pi == 3) strcpy(_nm, "V2");
 }
 
+void GetVarUnits(const char* _nm, char* _units){
+	const char* _p = nullptr;
+	_units[0] = 0;
+    if (_nm[0] == 'A' && strcmp(_nm, "A1") == 0)
+    {
+        _p = _A1_Units;
+        strcpy(_units, _p);
+        return;
+    }
+
+    if (_nm[0] == 't' && strcmp(_nm, "t") == 0)
+    {
+        _p = _t_Units;
+        strcpy(_units, _p);
+        return;
+    }
+}
+
 
 // routine to read out all the CF state vector
 MODEL_TEMPLATE_PARAMETER_LIST
@@ -2197,6 +2215,112 @@ void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
 
     eval_sparams(zzY);
 }
+int IsSaemRanef(int * _idx)
+{
+	static const int is_saem[] = {1, 1};
+    return is_saem[* _idx];
+}
+
+void GetSaemCMatrixSize(int* nBaseEta, int* nExtraEta, int* nTheta)
+{
+    *nBaseEta = *nTheta = *nExtraEta = 0;
+
+	(*nTheta)++; // tvCl
+	(*nBaseEta)++; // nCl
+
+	(*nTheta)++; // tvV
+	(*nBaseEta)++; // nV
+
+    {(*nExtraEta)++; (*nTheta)++;} // bare theta tvQ
+
+    {(*nExtraEta)++; (*nTheta)++;} // bare theta tvV2
+
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_saem_matrix(double * daCMat, int * theta2eta)
+{
+	int _nBaseEta, _nExtraEta, _nTheta, _nEta;
+	int _iEta = 0;
+	int _jTheta = 0;
+	GetSaemCMatrixSize(&_nBaseEta, &_nExtraEta, &_nTheta);
+	_nEta = _nBaseEta + _nExtraEta;
+	// clear the C matrix
+	memset(daCMat, 0, sizeof(double)*_nEta*_nTheta);
+
+	// for structural parameter log_Cl
+	daCMat[_iEta + _jTheta * _nEta] = 1; // eta nCl, theta log_tvCl
+	theta2eta[_jTheta] = _iEta;
+	_jTheta++;
+	_iEta++;
+
+	// for structural parameter log_V
+	daCMat[_iEta + _jTheta * _nEta] = 1; // eta nV, theta log_tvV
+	theta2eta[_jTheta] = _iEta;
+	_jTheta++;
+	_iEta++;
+
+	// for additional bare thetas
+	{
+		daCMat[_iEta + _jTheta * _nEta] = 1; // extra eta for bare theta tvQ
+		theta2eta[_jTheta] = -1;
+		_iEta++;
+		_jTheta++;
+	}
+	{
+		daCMat[_iEta + _jTheta * _nEta] = 1; // extra eta for bare theta tvV2
+		theta2eta[_jTheta] = -1;
+		_iEta++;
+		_jTheta++;
+	}
+	// assert _iEta == _nEta
+	// assert _jTheta == _nTheta
+}
+
+int GetCovariateIsInCMatrix(const char* name)
+{
+
+	return 0;
+}
+
+void GetSaemThetaInfo(int* iaCColToITheta, int* baCColIsLog)
+{
+	int _jCTheta = 0;
+	int _nTheta = 0;
+	int _iaIFixefErrToITheta[4+1];
+	int _i;
+	for (_i = 0; _i < 4+1; _i++) _iaIFixefErrToITheta[_i] = -1;
+	GetFixefErrToThetaMap(_iaIFixefErrToITheta, &_nTheta);
+	iaCColToITheta[_jCTheta] = _iaIFixefErrToITheta[0]; // tvCl
+	baCColIsLog[_jCTheta] = 1;
+	_jCTheta++;
+	iaCColToITheta[_jCTheta] = _iaIFixefErrToITheta[1]; // tvV
+	baCColIsLog[_jCTheta] = 1;
+	_jCTheta++;
+	// for additional bare thetas
+	{
+		iaCColToITheta[_jCTheta] = _iaIFixefErrToITheta[2]; // tvQ
+		baCColIsLog[_jCTheta] = 0;
+		_jCTheta++;
+	}
+	{
+		iaCColToITheta[_jCTheta] = _iaIFixefErrToITheta[3]; // tvV2
+		baCColIsLog[_jCTheta] = 0;
+		_jCTheta++;
+	}
+}
+
+void GetSaemNaivePoolThetas(int* nNPTheta, int* iaTheta)
+{
+	int _jTheta = 0;
+	*nNPTheta = _jTheta;
+}
+
+int CanUseSAEM()
+{
+	return 1;
+}
+
 MODEL_TEMPLATE_PARAMETER_LIST
 void MODEL_CLASS_DECL::end_obs_actions()
 {

@@ -1,0 +1,239 @@
+// Unit inference over a model: the rules of each kind of statement, which tie the units of
+// its names to those of its expressions, and the driver that repeats them over a private copy
+// of the statements until the table of units stops growing.
+#include "analysis/analysis.h"
+#include "driver/driver.h"
+
+// The most passes over a model; one that never settles still ends.
+static int const MAX_UNIT_PASSES = 500;
+
+// The table of units and the pass's change flag, as one argument for the rules below.
+struct UnitPass {
+    char const* context;
+    SV& names;
+    NV& table;
+    int& iChanged;
+};
+
+static void Propagate(N const& n, UnitPass& p) {
+    if (n) n->PropagateUnits(p.context, p.names, p.table, p.iChanged);
+}
+
+static void Give(N const& n, N u, UnitPass& p) {
+    n->SetUnits(u, p.context, p.names, p.table);
+    p.iChanged = 1;
+}
+
+// A node without units takes its name's entry of the table, if there is one.
+static void TakeFromTable(N const& n, char const* name, UnitPass& p) {
+    if (n->units) return;
+    int i = MemberOf(p.context, name, p.names);
+    if (i < 0) return;
+    n->units = p.table[i]->Copy();
+    p.iChanged = 1;
+}
+
+// A name the model reads from outside (a dose, an observation, a covariate) is its own base
+// unit until the table says otherwise.
+static void TakeOrMakeBaseUnit(N const& n, char const* name, UnitPass& p) {
+    if (MemberOf(p.context, name, p.names) < 0) {
+        p.names.push_back(NameWithContext(p.context, name));
+        p.table.push_back(std::make_shared<CNode>(CN_UNIT_NAME, name));
+        p.iChanged = 1;
+    }
+    TakeFromTable(n, name, p);
+}
+
+// x = e: the table's units of x, then whichever side knows its units gives them to the other.
+static void AssignUnits(N const& stmt, UnitPass& p) {
+    N lhs = stmt->child1, rhs = stmt->child2;
+    if (lhs->type == CN_VAR) TakeFromTable(lhs, lhs->name, p);
+    if (lhs->units && !rhs->units)
+        Give(rhs, lhs->units->Copy(), p);
+    else if (rhs->units && !lhs->units)
+        Give(lhs, rhs->units->Copy(), p);
+    Propagate(lhs, p);
+    Propagate(rhs, p);
+}
+
+// deriv(A = e), urinecpt(A = e): e has the units of A per time unit.
+static void IntegratorUnits(N const& stmt, N const& time, UnitPass& p) {
+    N lhs = stmt->child1, rhs = stmt->child2;
+    N t = time ? time->Copy() : std::make_shared<CNode>(CN_UNIT_TIME);
+    TakeFromTable(lhs, lhs->name, p);
+    if (lhs->units && !rhs->units)
+        Give(rhs, NewNode(CN_UNIT_DIV, lhs->units->Copy(), t), p);
+    else if (rhs->units && !lhs->units)
+        Give(lhs, NewNode(CN_UNIT_MUL, rhs->units->Copy(), t), p);
+    Propagate(lhs, p);
+    Propagate(rhs, p);
+}
+
+// A rate of a closed form is per time unit.
+static void RateUnits(N const& rate, UnitPass& p) {
+    if (!rate) return;
+    if (!rate->units)
+        Give(rate, NewNode(CN_UNIT_DIV, NewNum(1), std::make_shared<CNode>(CN_UNIT_TIME)), p);
+    Propagate(rate, p);
+}
+
+// cfMicro(A, k...) takes rates only; cfMacro1(A, alpha, B, beta ...) a rate at every other
+// place, the coefficients between. An absorption rate stands in the first = (D = ka) form.
+static void ClosedFormUnits(N const& stmt, UnitPass& p) {
+    for (size_t i = 0; i < stmt->list.size(); i++) {
+        if (stmt->type == CN_CFMICRO || i % 2 == 0)
+            RateUnits(stmt->list[i], p);
+        else
+            Propagate(stmt->list[i], p);
+    }
+    if (stmt->child1 && stmt->child1->type == CN_ASSIGN) RateUnits(stmt->child1->child2, p);
+}
+
+// cfMacro(A, ...): the exponents, from the fourth argument on, are rates.
+static void MacroUnits(N const& stmt, UnitPass& p) {
+    for (size_t i = 0; i < stmt->list.size(); i++) {
+        if (i >= 3)
+            RateUnits(stmt->list[i], p);
+        else
+            Propagate(stmt->list[i], p);
+    }
+}
+
+// The observation statement that has 'name' as a direct term of its sum: the error of it.
+static N FindErrorOwner(NV const& stmts, char const* name) {
+    for (N const& s : stmts)
+        if (s->type == CN_OBSERVE && s->child2 && s->child2->ContainsTopLevel(name, CN_ADD))
+            return s;
+    return N();
+}
+
+// An additive error has the units of its observation; any other error is left to the
+// observation's expression.
+static void ErrorUnits(N const& stmt, NV const& stmts, UnitPass& p) {
+    for (N const& entry : stmt->list) {
+        if (!entry->child1) continue;
+        for (N const& var : entry->child1->list) {
+            N owner = FindErrorOwner(stmts, var->name);
+            if (!var->units && owner && owner->units) Give(var, owner->units->Copy(), p);
+        }
+    }
+}
+
+// observe(Y = e): Y is its own base unit, which e takes.
+static void ObserveUnits(N const& stmt, UnitPass& p) {
+    TakeOrMakeBaseUnit(stmt, stmt->name, p);
+    if (!stmt->child2) return;
+    if (!stmt->child2->units) Give(stmt->child2, stmt->units->Copy(), p);
+    Propagate(stmt->child2, p);
+}
+
+// The rules of one statement. 'stmts' is the whole model, in which an error finds its
+// observation; 'time' is the unit of time, CN_UNIT_TIME when empty.
+void PropagateUnitsOneStatement(N const& stmt, NV const& stmts, char const* context, SV& names,
+                                NV& table, N const& time, int& iChanged) {
+    UnitPass p{context, names, table, iChanged};
+    switch (stmt->type) {
+        case CN_ASSIGN: AssignUnits(stmt, p); break;
+        case CN_DERIV:
+        case CN_URINECPT: IntegratorUnits(stmt, time, p); break;
+        case CN_DOSEPOINT:
+        case CN_DOSEPOINT2: TakeOrMakeBaseUnit(stmt, stmt->name, p); break;
+        case CN_CFMICRO:
+        case CN_CFMACRO1: ClosedFormUnits(stmt, p); break;
+        case CN_CFMACRO: MacroUnits(stmt, p); break;
+        case CN_COVARIATE:
+        case CN_FCOVARIATE:
+        case CN_INTERPOLATE:
+            for (N const& var : stmt->list)
+                TakeOrMakeBaseUnit(var, var->name, p);
+            break;
+        case CN_STPARM:
+        case CN_SECONDARY:
+            for (N const& a : stmt->list)
+                if (a->type == CN_ASSIGN) AssignUnits(a, p);
+            break;
+        case CN_ERROR: ErrorUnits(stmt, stmts, p); break;
+        case CN_OBSERVE: ObserveUnits(stmt, p); break;
+        default:
+            Propagate(stmt->child1, p);
+            Propagate(stmt->child2, p);
+            break;
+    }
+}
+
+// x = e with e's products spread over its sums, so that each term stands on its own.
+static N ElevatedAssign(cn const& a) {
+    return NewNode(CN_ASSIGN, a->child1->Copy(), a->child2->ElevateSum());
+}
+
+// The private copy of a statement on which inference writes its units.
+static N UnitStatement(cn const& s) {
+    if (s->type == CN_ASSIGN) return ElevatedAssign(s);
+    N copy = s->Copy();
+    if (s->type == CN_STPARM) {
+        for (N& a : copy->list)
+            if (a->type == CN_ASSIGN) a = ElevatedAssign(a);
+    }
+    if (s->type == CN_OBSERVE && s->child2) copy->child2 = s->child2->ElevateSum();
+    return copy;
+}
+
+static NV UnitStatements(cn const& body) {
+    NV stmts;
+    if (body->type != CN_BLOCK) return {UnitStatement(body)};
+    for (N const& s : body->list)
+        if (s) stmts.push_back(UnitStatement(s));
+    return stmts;
+}
+
+// Whether some stparm statement sets 'lhs' to an expression that has 'fixef' as a direct term
+// or factor.
+static bool StparmUsesFixef(NV const& stmts, String const& lhs, char const* fixef) {
+    for (N const& s : stmts) {
+        if (s->type != CN_STPARM) continue;
+        for (N const& a : s->list) {
+            if (a->type != CN_ASSIGN || a->child1->type != CN_VAR || a->child1->name != lhs)
+                continue;
+            N rhs = a->child2;
+            if (rhs->ContainsTopLevel(fixef, CN_ADD) || rhs->ContainsTopLevel(fixef, CN_MUL))
+                return true;
+        }
+    }
+    return false;
+}
+
+// V = tvV * exp(nV): once V has units, tvV takes them. Looks at the entries that came into
+// the table since the last call, newest first; 'looked' counts those seen before.
+static void PropagateFixefUnits(NV const& stmts, SV const& params, SV const& fixefs, UnitPass& p,
+                                size_t& looked) {
+    size_t end = p.names.size();
+    for (size_t i = end; i-- > looked;) {
+        String param = p.names[i];
+        if (MemberOf(param, params) < 0) continue;
+        for (String const& f : fixefs) {
+            if (MemberOf(p.context, f, p.names) >= 0 || !StparmUsesFixef(stmts, param, f)) continue;
+            N u = p.table[i]->Copy();
+            p.names.push_back(NameWithContext(p.context, f));
+            p.table.push_back(u);
+            p.iChanged = 1;
+        }
+    }
+    looked = end;
+}
+
+// Infers the units of every variable of 'body' into the table 'names'/'table', from the base
+// units of its doses, observations and covariates and whatever the table holds already.
+// 'params' are the structural parameters, 'fixefs' the fixed effects.
+void PropagateUnits(cn const& body, SV const& params, SV const& fixefs, char const* context,
+                    SV& names, NV& table) {
+    NV stmts = UnitStatements(body);
+    size_t looked = 0;
+    for (int pass = 0; pass < MAX_UNIT_PASSES; pass++) {
+        int iChanged = 0;
+        UnitPass p{context, names, table, iChanged};
+        for (N const& s : stmts)
+            PropagateUnitsOneStatement(s, stmts, context, names, table, N(), iChanged);
+        PropagateFixefUnits(stmts, params, fixefs, p, looked);
+        if (!iChanged) return;
+    }
+}

@@ -1,0 +1,3136 @@
+// Model.cpp
+// Generated with VARO5 26.3.2.2
+#include <stdio.h> // for sprintf and possibly fprintf
+static char _msgbuf[1024];
+static char err_buf[256];
+#include <algorithm>
+#include <numeric>
+// following line stops math.h from defining old bessel functions like y1, etc.
+#define _NO_OLDNAMES
+#define  NO_OLDNAMES
+#undef _GLIBCXX_USE_STD_SPEC_FUNCS
+#include <cmath>
+#include <float.h>
+#include <string.h>
+#include <memory.h>
+#include "MUtil.h"
+#include "ModelAPI.h"
+#include "Model.h"
+#include "mutil/AD_Modes.h"
+#undef _NO_OLDNAMES
+#undef  NO_OLDNAMES
+// this allows sigma of current epsilon to be referred to in the model
+#define sigma() _std
+const char * ZERO_TO_MINUS_ONE = "Error 0^-1: time (or its product) = 0 while raised to a negative power.\n";
+bool need_check_pow = true;
+bool pow_hit = false;
+static const double S_NA = 3.3e-151;
+using std::min;
+using std::max;
+using std::isfinite;
+#define CAN_DUAL
+#define DUAL_THETA
+
+#include "mutil/DualNumber.h"
+
+struct _THETA_TAG {};
+
+using DualTheta = DN<NDUALFIXEFS, _THETA_TAG>;
+
+
+#include "mutil/umath.h"
+#include "mutil/simmath.h"
+#include "mutil/closed_form.h"
+#include "mutil/action.h"
+#include "mutil/action_data.h"
+
+static const int N_ODE = NINTEG_ALL + 1 + 0;
+
+ModelCallbackTable * _pcb = 0;
+#define TOTAL_FIXEF NFIXEF + NERROR
+#if TOTAL_FIXEF > 0
+static double _fixef[TOTAL_FIXEF] = {0};
+#else
+static double * _fixef = 0;
+#endif
+const double * GetConstFixef() { return _fixef; }
+double * GetFixef() { return _fixef; }
+
+static bool _pbOK = true;
+bool IsOK() { return _pbOK; }
+void NotOK() { _pbOK = false; }
+
+void reset_pow_check() { need_check_pow = true; pow_hit = false; }
+void set_pow_checked() { need_check_pow = false; pow_hit = true; }
+bool pow_minus_one_hit() { return pow_hit; }
+
+template <typename T1, typename T2>
+inline auto pow_check(const T1 & arg1, const T2 & arg2) -> decltype(pow(arg1, arg2))
+{
+    if (need_check_pow && arg1 == 0.0 && arg2 < 0.0)
+    {
+        printf("%s", ZERO_TO_MINUS_ONE);
+        fflush(stdout);
+        set_pow_checked();
+    }
+    return pow(arg1, arg2);
+}
+
+void SetCallbacks(ModelCallbackTable * _p)
+{
+    _pcb = _p;
+    _can_uniform = _p ? _p->CantUniform() : false;
+}
+
+int GetNFixef() { return NFIXEF; }
+int GetNSecondary() { return NSECONDARY; }
+int GetNError() { return NERROR; }
+int GetNRanef1() { return NRANEF1; }
+int GetNRanef2() { return NRANEF2; }
+int GetNRanef3() { return NRANEF3; }
+int GetNRanef4() { return NRANEF4; }
+int GetNRanef5() { return NRANEF5; }
+int MultiLevelRanef() { return MULTI_LEVEL_RANEF; }
+int AllowGaussianFit() { return ALLOWGAUSSIANFIT; }
+int AllowLogTransform() { return ALLOWLOGTRANSFORM; }
+int TrulyTimeBased() { return TRULYTIMEBASED; }
+const char * ModelUniqueId() { return MODELUNIQUEID; }
+const char * ModelRunId() { return MODELRUNID; }
+int GetNurine() { return NURINE; }
+int GetNtransit2() { return NTRANSIT2; }
+int GetNtransit() { return NTRANSIT; }
+int GetNevent() { return NEVENT; }
+int GetNintegAll() { return NINTEG_ALL; }
+int GetNcfmacro() { return NCFMACRO; }
+int dual_ranef_num() { return NDUALRANEF5; }
+int dual_fixef_num() { return NDUALFIXEFS; }
+
+const char * get_varo_version() { return "26.3.2.2"; }
+const char * get_qmix7_build_time() { return __DATE__ ", " __TIME__; }
+
+constexpr bool can_dual() { return true; }
+struct temp_arg
+{
+    double _dbl = .0;
+#ifdef DUAL_THETA
+    DualTheta _dual_theta;
+#endif
+#ifdef DUAL_ETA
+    DualEta _dual_eta;
+#endif
+    temp_arg & operator=(double _v) { _dbl = _v; return *this; }
+    operator double & () { return _dbl; }
+#ifdef DUAL_THETA
+    temp_arg & operator=(const DualTheta & _v) { _dual_theta = _v; return *this; }
+    operator DualTheta & () { return _dual_theta; }
+#endif
+#ifdef DUAL_ETA
+    temp_arg & operator=(const DualEta & _v) { _dual_eta = _v; return *this; }
+    operator DualEta & () { return _dual_eta; }
+#endif
+};
+
+inline void reset_temp(temp_arg & _v)
+{
+    _v._dbl = -999999999.0;
+#ifdef DUAL_THETA
+    _v._dual_theta = -999999999.0;
+#endif
+#ifdef DUAL_ETA
+    _v._dual_eta = -999999999.0;
+#endif
+}
+
+template <typename NUM>
+constexpr bool can_be_cached() { return true; }
+
+template <bool CHECK, typename NUM, typename POW, typename T1>
+inline typename type_caster_up<NUM, POW>::type _pow_cached(const NUM & _x, const POW & _y, T1 & _tempArg1, T1 & _tempArg2, T1 & _tempResult)
+{
+    if (CHECK && need_check_pow && (double)_x == 0.0 && (double)_y < 0.0)
+    {
+        printf("%s", ZERO_TO_MINUS_ONE);
+        fflush(stdout);
+        set_pow_checked();
+    }
+    if constexpr (!can_be_cached<NUM>() || !can_be_cached<POW>())
+    {
+        return pow(_x, _y);
+    }
+    else
+    {
+        typedef typename type_caster_up<NUM, POW>::type RES;
+        if (_x == (NUM &)_tempArg1 && _y == (POW &)_tempArg2)
+            return (RES &)_tempResult;
+        (NUM &)_tempArg1 = _x;
+        (POW &)_tempArg2 = _y;
+        RES _res = pow(_x, _y);
+        (RES &)_tempResult = _res;
+        return _res;
+    }
+}
+
+static temp_arg * _tempResult;
+static temp_arg * _tempArg;
+
+struct cf_machines
+{
+#ifdef DUAL_THETA
+    cf_m<DualTheta> cfm_dt;
+#endif
+#ifdef DUAL_ETA
+    cf_m<DualEta> cfm_de;
+#endif
+    cf_m<double> cfm_do;
+#ifdef DUAL_THETA
+    operator cf_m<DualTheta> * () { return &cfm_dt; }
+#endif
+#ifdef DUAL_ETA
+    operator cf_m<DualEta> * () { return &cfm_de; }
+#endif
+    operator cf_m<double> * () { return &cfm_do; }
+    void reset() { memset(this, 0, sizeof(*this)); }
+};
+
+static double x;
+static double _initial_x;
+static bool reset_thetas_to_init = true;
+
+constexpr bool HasDelay()
+{
+    return false;
+}
+
+struct base_data
+{
+    virtual ~base_data() {}
+
+    virtual void init_fixef(const double * _ran) = 0;
+    virtual void init_ranef(const double * _ran) = 0;
+    virtual void init_subject() = 0;
+    virtual void reset_subject() = 0;
+    virtual void end_subject(int bSimulating) = 0;
+    virtual void advance(int iODELevel, double *pTimeOuter, double _dt) = 0;
+    virtual void sequence_action(int _seq, double _t) = 0;
+    virtual void event_action(int _seq, double _t) = 0;
+    virtual void init_delays(double _t) = 0;
+    virtual void init_cf(double _t) = 0;
+    virtual void reinit_cf(double _t) = 0;
+    virtual void eval_sparams() = 0;
+    virtual void get_secondary(int* _pn, double* _sec) = 0;
+    virtual int get_var_value(const char * _nm, double * _pv) = 0;
+    virtual void set_var_value(const char * _nm, double * _pv) = 0;
+    virtual void schedule_bolus1(int _mark, double _tRel, int _iCpt, double _amt, int _addl) = 0;
+    virtual void perform_bolus1(double _dt, const ActionTicket & action) = 0;
+    virtual void schedule_iv1(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl) = 0;
+    virtual void perform_inf_start1(double _dt, const ActionTicket & action) = 0;
+    virtual void perform_inf_end1(double _dt, const ActionTicket & action) = 0;
+    virtual void schedule_bolus2(int _mark, double _tRel, int _iCpt, double _amt, int _addl) = 0;
+    virtual void schedule_iv2(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl) = 0;
+    virtual void perform_bolus2(double _dt, const ActionTicket & action) = 0;
+    virtual void perform_inf_start2(double _dt, const ActionTicket & action) = 0;
+    virtual void perform_inf_end2(double _dt, const ActionTicket & action) = 0;
+    virtual void add_to_cpt(int _iCpt, double _dv) = 0;
+    virtual void get_saem_matrix(double * daCMat, int * theta2eta) = 0;
+    virtual void get_ll(double _dLL[], double _dGrad[], int * pnObs, double _t, const char * _nm, double _v1, int iql) = 0;
+    virtual void new_get_pred(int * pnObs, double _t, const char * _nm, double _v1, bool doActions) = 0;
+    virtual void get_obs_vf(int* _iWhichObs, double* _vf) = 0;
+    virtual void end_obs_actions() = 0;
+    virtual void simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC) = 0;
+    virtual void simulate_for_tables(double _t, const char* _nm, double* _pObs, double* _pPred) = 0;
+    virtual void restart_subject_sequences() = 0;
+    virtual void restart_subject_events() = 0;
+    virtual void set_time_of_state(double _t) = 0;
+    virtual void set_time_of_getval(double _t) = 0;
+    virtual void get_ss(const unsigned char * pc, int * pbOK) = 0;
+    virtual void init_tables() = 0;
+    virtual AD_Mode get_mode() = 0;
+    virtual void jacobian_iface(const double zzY[], double _jacobian[]) = 0;
+};
+
+#if NFIXEF > 0
+static int _enabled_fixefs[NFIXEF] = {0};
+#else
+static int * _enabled_fixefs = 0;
+#endif
+
+inline bool _is_fixef_enabled(int i)
+{
+    return i < NFIXEF ? _enabled_fixefs[i] : false;
+}
+
+void init_enabled_fixefs(const int * ii, bool ext /*= false*/, int size /*= -1*/)
+{
+    static bool ext_used = false;
+    if (ext_used) return;
+    ext_used = ext;
+    if (!ext) {
+        std::copy_n(ii, NFIXEF, _enabled_fixefs);
+        return;
+    }
+    std::fill_n(_enabled_fixefs, NFIXEF, 0);
+    for (const int * i = ii; i < ii + size; i++) {
+    }
+}
+
+#if TOTAL_FIXEF > 0
+template <typename ThetaType>
+ThetaType & theta_store(int index);
+
+template <>
+double & theta_store<double>(int index)
+{
+    return _fixef[index];
+}
+
+#ifdef DUAL_THETA
+template <>
+DualTheta & theta_store<DualTheta>(int index)
+{
+    static DualTheta store[TOTAL_FIXEF];
+    static bool filled = false;
+    if (!filled) {
+        std::fill_n(store, TOTAL_FIXEF, DualTheta(0.0));
+        filled = true;
+    }
+    return store[index];
+}
+#endif
+
+template <typename ThetaType>
+ThetaType & disabled_theta(int index);
+
+template <>
+double & disabled_theta<double>(int index)
+{
+    static double disabled_fixef[TOTAL_FIXEF] = {0};
+    return disabled_fixef[index];
+}
+
+#ifdef DUAL_THETA
+template <>
+DualTheta & disabled_theta<DualTheta>(int index)
+{
+    static DualTheta disabled_fixef[TOTAL_FIXEF];
+    static bool filled = false;
+    if (!filled) {
+        std::fill_n(disabled_fixef, TOTAL_FIXEF, DualTheta(0.0));
+        filled = true;
+    }
+    return disabled_fixef[index];
+}
+#endif
+
+template <typename ThetaType>
+ThetaType & enabled_theta(int index)
+{
+    return _is_fixef_enabled(index) ? theta_store<ThetaType>(index) : disabled_theta<ThetaType>(index);
+}
+#endif
+
+#ifdef CAN_DUAL
+#define OVERRIDE override
+#define MODEL_TEMPLATE_PARAMETER_LIST template <typename ThetaType, typename EtaType>
+#define MODEL_CLASS_DECL model_data<ThetaType, EtaType>
+#else
+#define OVERRIDE
+#define MODEL_TEMPLATE_PARAMETER_LIST
+#define MODEL_CLASS_DECL model_data
+#endif
+
+#ifdef CAN_DUAL
+template <typename ThetaType, typename EtaType>
+struct model_data : public base_data
+#else
+struct model_data
+#endif
+{
+    static const AD_Mode ad_mode;
+#ifdef CAN_DUAL
+    using DualType = typename type_caster_up<ThetaType, EtaType>::type;
+#else
+    using ThetaType = double;
+    using EtaType = double;
+    using DualType = double;
+#endif
+    DualType globalY[N_ODE];
+    DualType globalR[N_ODE];
+    DualType globalIRate[N_ODE];
+
+    ThetaType & tvC;
+    ThetaType & CEps;
+    ThetaType & DEps;
+    double & EEps;
+
+
+    double nb;
+    double na;
+    double nm;
+    ThetaType C;
+
+    model_data() :
+        tvC(theta_store<ThetaType>(0)),
+        CEps(theta_store<ThetaType>(1)),
+        DEps(theta_store<ThetaType>(2)),
+        EEps(theta_store<double>(3))
+    {
+    }
+
+public:
+    void get_y(DualType * _y)
+    {
+        std::copy_n(globalY, NINTEG_ALL, _y);
+    }
+
+    void set_y(const DualType * _y)
+    {
+        std::copy_n(_y, NINTEG_ALL, globalY);
+    }
+
+private:
+    void reset_integ()
+    {
+        std::fill_n(globalY, N_ODE, DualType(0.0));
+        std::fill_n(globalIRate, N_ODE, DualType(0.0));
+        globalY[GetNintegAll()] = DualType(1.0); // init dummy integrator for infusions
+    }
+
+    void reset_urine()
+    {
+        for (int i = NINTEG_ALL - NURINE - NEVENT; i < NINTEG_ALL - NEVENT; i++)
+            globalY[i] = DualType(0.0);
+    }
+
+    void reset_event()
+    {
+        for (int i = NINTEG_ALL - NURINE; i < NINTEG_ALL; i++)
+            globalY[i] = DualType(0.0);
+    }
+
+    void eval_assign(DualType * zzY);
+    void eval_sparams(DualType * zzY);
+    void eval_group(DualType * zzY);
+    void _set_var_value(const char * _nm, double * _pv);
+    void calc_secondary();
+
+public:
+    void deriv(double _pt, DualType zzY[], DualType zzR[]);
+    void jacobian(const DualType zzY[], DualType _jacobian[]);
+
+    void jacobian_iface(const double zzY[], double _jacobian[]) OVERRIDE
+    {
+        jacobian(reinterpret_cast<const DualType *>(zzY), reinterpret_cast<DualType *>(_jacobian));
+    }
+
+    void init_fixef(const double * _ran) OVERRIDE;
+    void init_ranef(const double * _ran) OVERRIDE;
+    void init_subject() OVERRIDE;
+    void reset_subject() OVERRIDE;
+    void end_subject(int bSimulating) OVERRIDE;
+    void advance(int iODELevel, double *pTimeOuter, double _dt) OVERRIDE;
+    void sequence_action(int _seq, double _t) OVERRIDE;
+    void event_action(int _seq, double _t) OVERRIDE;
+    void init_delays(double _t) OVERRIDE;
+    void init_cf(double _t) OVERRIDE;
+    void reinit_cf(double _t) OVERRIDE;
+    void eval_sparams() OVERRIDE { eval_sparams(globalY); }
+    void get_secondary(int* _pn, double* _sec) OVERRIDE;
+    int get_var_value(const char * _nm, double * _pv) OVERRIDE;
+    void set_var_value(const char * _nm, double * _pv) OVERRIDE;
+    void schedule_bolus1(int _mark, double _tRel, int _iCpt, double _amt, int _addl) OVERRIDE;
+    void perform_bolus1(double _dt, const ActionTicket & action) OVERRIDE;
+    void schedule_iv1(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl) OVERRIDE;
+    void perform_inf_start1(double _dt, const ActionTicket & action) OVERRIDE;
+    void perform_inf_end1(double _dt, const ActionTicket & action) OVERRIDE;
+    void schedule_bolus2(int _mark, double _tRel, int _iCpt, double _amt, int _addl) OVERRIDE;
+    void schedule_iv2(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl) OVERRIDE;
+    void perform_bolus2(double _dt, const ActionTicket & action) OVERRIDE;
+    void perform_inf_start2(double _dt, const ActionTicket & action) OVERRIDE;
+    void perform_inf_end2(double _dt, const ActionTicket & action) OVERRIDE;
+    void add_to_cpt(int _iCpt, double _dv) OVERRIDE;
+    void get_saem_matrix(double * daCMat, int * theta2eta) OVERRIDE;
+    void get_ll(double _dLL[], double _dGrad[], int * pnObs, double _t, const char * _nm, double _v1, int iql) OVERRIDE;
+    void new_get_pred(int * pnObs, double _t, const char * _nm, double _v1, bool doActions) OVERRIDE;
+    void get_obs_vf(int* _iWhichObs, double* _vf) OVERRIDE;
+    void end_obs_actions() OVERRIDE;
+    void simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC) OVERRIDE;
+    void simulate_for_tables(double _t, const char* _nm, double* _pObs, double* _pPred) OVERRIDE;
+    void restart_subject_sequences() OVERRIDE;
+    void restart_subject_events() OVERRIDE;
+    void set_time_of_state(double _t) OVERRIDE;
+    void set_time_of_getval(double _t) OVERRIDE;
+    void get_ss(const unsigned char * pc, int * pbOK) OVERRIDE;
+    void init_tables() OVERRIDE;
+    AD_Mode get_mode() OVERRIDE { return ad_mode; }
+
+    void get_all_cf_state(DualType * _y);
+    void set_all_cf_state(DualType * _y);
+    void clear_ss_irrelevant_state(DualType * _y);
+};
+
+template<>
+const AD_Mode model_data<DualTheta, double>::ad_mode = AD_Mode::THETA_DUAL;
+
+#ifdef CAN_DUAL
+template<>
+const AD_Mode model_data<double, double>::ad_mode = AD_Mode::REAL;
+#else
+const AD_Mode model_data::ad_mode = AD_Mode::REAL;
+#endif
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_fixef(const double * fxf)
+{
+    tvC = fxf[0];
+    CEps = fxf[1];
+    DEps = fxf[2];
+    EEps = fxf[3];
+}
+
+template <>
+void model_data<DualTheta, double>::init_fixef(const double * fxf)
+{
+    tvC = DualTheta(fxf[0]);
+    tvC.b[0] = 1;
+    CEps = DualTheta(fxf[1]);
+    CEps.b[1] = 1;
+    DEps = DualTheta(fxf[2]);
+    DEps.b[2] = 1;
+    EEps = fxf[3]; // frozen
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_ranef(const double * ran)
+{
+}
+
+
+inline void copy_grad(double ll, double grad[])
+{
+}
+
+static void copy_grad(const DualTheta & ll, double grad[])
+{
+    if (!grad) return;
+    grad[0] += ll.b[0]; // tvC
+    grad[1] += ll.b[1]; // CEps
+    grad[2] += ll.b[2]; // DEps
+    // EEps
+}
+
+
+template <typename NUM>
+inline void capture_pred(int obsIndex, const NUM & _ypred, const NUM & _sqrtvf)
+{
+}
+
+extern void AccumulatePredGrad(int obsIndex, int thetaIdx, double yGrad, double vfGrad);
+extern bool IsLaplacePredCaptureActive();
+
+static void capture_pred(int obsIndex, DualTheta _ypred, const DualTheta & _vfunc)
+{
+    if (!IsLaplacePredCaptureActive()) return;
+    // on the log scale the derivative part is to hold the Jacobian of log y
+    if (ALLOWLOGTRANSFORM && bEnableLogTransform && _ypred > 0.0) _ypred /= (double)_ypred;
+    int theta_idx = 0;
+    AccumulatePredGrad(obsIndex, theta_idx++, _ypred.b[0], _vfunc.b[0]); // tvC
+    AccumulatePredGrad(obsIndex, theta_idx++, _ypred.b[1], _vfunc.b[1]); // CEps
+    AccumulatePredGrad(obsIndex, theta_idx++, _ypred.b[2], _vfunc.b[2]); // DEps
+    // frozen EEps
+}
+
+void GetFixefName(int *_pi, char* _nm)
+{
+    _nm[0] = 0;
+
+    const int fixefCount = 4;
+    if (*_pi < 0 || *_pi >= fixefCount) return;
+
+    static const char * names[fixefCount] = {
+        "tvC",
+        "CEps",
+        "DEps",
+        "EEps"
+    };
+
+	strcpy(_nm, names[*_pi]);
+}
+
+void GetFixefUnits(int *_pi, char* _nm)
+{
+    _nm[0] = 0;
+
+    const int fixefCount = 1;
+    if (*_pi < 0 || *_pi >= fixefCount) return;
+
+    static const char * names[fixefCount] = {
+        ""
+    };
+
+	strcpy(_nm, names[*_pi]);
+}
+
+void GetSecondaryName(int *_pi, char* _nm)
+{
+	_nm[0] = 0;
+	if (0){
+	}
+}
+
+// if gaussian alg is allowed, but not being used, set this to 0
+// so that the main standard deviation is treated as a theta
+int _bUsingGaussianAlgorithm = 0;
+void SetUsingGaussianAlgorithm(int* _pBool)
+{
+	_bUsingGaussianAlgorithm = *_pBool;
+}
+
+// get number of theta minus possibly 1 sigma to estimate
+int GetNThetaOld()
+{
+	int _n = 1 + 3; // number of fixefs + number of epsilons
+	// don't count any frozen or disabled thetas
+	// if using a gaussian alg, don't treat the last stdev as a theta
+	if (_bUsingGaussianAlgorithm)
+		_n--;
+	return _n;
+}
+
+// get number of theta to estimate
+int GetNTheta()
+{
+	int _n = 1 + 3; // number of fixefs + number of epsilons
+	// don't count any frozen or disabled fixefs
+	// don't count any frozen errors
+	_n--; // EEps frozen
+	return _n;
+}
+
+// get number of sigma to estimate, 0 or 1
+int GetNSigma()
+{
+	int _n = 2; // number of free epsilons
+	// if not using a gaussian alg, treat the last stdev as a theta
+	if (! _bUsingGaussianAlgorithm)
+		_n--;
+	return (_n > 0 ? 1 : 0);
+}
+
+void GetThetaDualMask(int * mask)
+{
+	int _n = 0;
+	mask[_n++] = 1; // tvC
+	mask[_n++] = 1; // CEps
+	mask[_n++] = 1; // DEps
+}
+
+void GetRanef1Name(int *_pi, char* _nm)
+{
+	_nm[0] = 0;
+	if (0){
+	}
+}
+
+void GetRanef2Name(int *_pi, char* _nm)
+{
+	_nm[0] = 0;
+	if (0);
+}
+
+void GetRanef3Name(int *_pi, char* _nm)
+{
+	_nm[0] = 0;
+	if (0);
+}
+
+void GetRanef4Name(int *_pi, char* _nm)
+{
+	_nm[0] = 0;
+	if (0);
+}
+
+void GetRanef5Name(int *_pi, char* _nm)
+{
+	_nm[0] = 0;
+	if (0);
+}
+
+void GetOdeRanefs(int *_pi)
+{
+}
+
+void GetErrorName(int *_pi, char* _nm)
+{
+	_nm[0] = 0;
+	if (0);
+	else if (*_pi==0) strcpy(_nm, "CEps");
+	else if (*_pi==1) strcpy(_nm, "DEps");
+	else if (*_pi==2) strcpy(_nm, "EEps");
+}
+
+double valid_strip(double res, const char * message)
+{
+    if (res == 0) {
+        SetErrorMsg(message);
+        NotOK();
+    }
+    return res;
+}
+
+const char* _HObs_Units;
+const char* _DObs_Units;
+const char* _CObs_Units;
+const char* _EObs_Units;
+const char* _x_Units;
+void ClearUnits(){
+	_HObs_Units = "";
+	_DObs_Units = "";
+	_CObs_Units = "";
+	_EObs_Units = "";
+	_x_Units = "";
+}
+
+void SetVarUnits(const char* _nm, const char* _units)
+{
+    if (_nm[0] == 'H' && strcmp(_nm, "HObs") == 0)
+    {
+        _HObs_Units = _units;
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "DObs") == 0)
+    {
+        _DObs_Units = _units;
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "CObs") == 0)
+    {
+        _CObs_Units = _units;
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "EObs") == 0)
+    {
+        _EObs_Units = _units;
+        return;
+    }
+    if (_nm[0] == 'x' && strcmp(_nm, "x") == 0)
+    {
+        _x_Units = _units;
+        return;
+    }
+}
+
+void GetPlotVarInfo(int *_pi, int* _pflags, char* _nmObs, char* _nmPred){
+	*_pflags = 0;
+	*_nmObs = '\0';
+	*_nmPred = '\0';
+    if (*_pi == 0){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS | _CAN_LOG | _POINT_AVAIL;
+        strcpy(_nmObs, "HObs");
+        strcpy(_nmPred, "C");
+
+        return;
+    }
+    if (*_pi == 1){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS | _CAN_LOG | _POINT_AVAIL;
+        strcpy(_nmObs, "DObs");
+        strcpy(_nmPred, "C");
+
+        return;
+    }
+    if (*_pi == 2){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS | _CAN_LOG | _POINT_AVAIL;
+        strcpy(_nmObs, "CObs");
+        strcpy(_nmPred, "C");
+
+        return;
+    }
+    if (*_pi == 3){
+        *_pflags = _TYP_MULTI | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "Grade");
+        strcpy(_nmPred, "Grade");
+
+        return;
+    }
+    if (*_pi == 4){
+        *_pflags = _TYP_MULTI | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "Resp");
+        strcpy(_nmPred, "Resp");
+
+        return;
+    }
+    if (*_pi == 5){
+        *_pflags = _TYP_CONTIN | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS;
+        strcpy(_nmObs, "");
+        strcpy(_nmPred, "x");
+
+        return;
+    }
+}
+
+int GetNPlotVar(){return 6;}
+
+void AddToCpt(int _iCpt, double _dv);	// forward declaration
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::sequence_action(int _seq, double _t)
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::event_action(int _event, double _t)
+{
+}
+
+int GetNumCovariates(){
+    return 1;
+}
+
+int GetCovariateNumber(const char* _nm){
+    if (_nm[0] == 'x' && strcmp(_nm, "x") == 0)
+    {
+        return 0;
+    }
+
+    return -1;
+}
+
+const char * GetCovariateName(int i)
+{
+    if (i >= 1) return "";
+
+    static const char * names[1] = {
+        "x",
+    };
+
+    return names[i];
+}
+
+int GetCovariateDirection(int i){
+    // 0=backward, 1=forward, 2=interpolate
+    if (i >= 1) return -1;
+
+    static int dirs[1] = {
+        0,
+    };
+
+    return dirs[i];
+}
+
+void SetCovariate(double _t, const char* _nm, double _v)
+{
+    if (_nm[0] == 'x' && strcmp(_nm, "x") == 0)
+    {
+        if (x == _NA){
+            _initial_x = _v;
+        }
+        x = _v;
+        return;
+    }
+}
+
+void SetCovariateInterp(double _t, const char* _nm, double _v1, double _dt, double _v2, int _bForward)
+{
+    if (_nm[0] == 'x' && strcmp(_nm, "x") == 0)
+    {
+        x = (_bForward ? _v1 : _v2);
+        return;
+    }
+}
+
+int GetStripDoseName(char* _nm){
+    int _rvalue = 0;
+    if (0){
+    }
+    return _rvalue;
+}
+
+int GetNumStructural(){
+	return 0;
+}
+
+int GetStructuralNumber(const char* _nm){
+	int _i = -1;
+	if (0);
+	return _i;
+}
+
+void GetStructuralName(int* _pi, char* _nm){
+	if (0);
+}
+
+void GetVarUnits(const char* _nm, char* _units){
+	const char* _p = nullptr;
+	_units[0] = 0;
+    if (_nm[0] == 'x' && strcmp(_nm, "x") == 0)
+    {
+        _p = _x_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvC") == 0)
+    {
+        _p = _x_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'H' && strcmp(_nm, "HObs") == 0)
+    {
+        _p = _HObs_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "C") == 0)
+    {
+        _p = _HObs_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "DObs") == 0)
+    {
+        _p = _DObs_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "CObs") == 0)
+    {
+        _p = _CObs_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "CEps") == 0)
+    {
+        _p = _CObs_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "EObs") == 0)
+    {
+        _p = _EObs_Units;
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "DEps") == 0)
+    {
+        _p = _units_Log(_units_Div(_DObs_Units,_HObs_Units));
+        strcpy(_units, _p);
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "EEps") == 0)
+    {
+        _p = _units_Div(_EObs_Units,_HObs_Units);
+        strcpy(_units, _p);
+        return;
+    }
+}
+
+
+// routine to read out all the CF state vector
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_all_cf_state(DualType * _y)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_all_cf_state(DualType * _y)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::clear_ss_irrelevant_state(DualType * _y)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_time_of_state(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_time_of_getval(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::reset_subject()
+{
+	ResetTime();
+	ClearActions();
+	reset_integ();
+	ResetCF();
+	reset_urine();
+	reset_event();
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_delays(double _t)
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_cf(double _t)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+#if defined(USE_SETTIMECF)
+    SetTimeOfStateCF(_t);
+    SetTimeOfGetValCF(_t);
+#endif
+}
+
+// routine to capture CF state, change covariates, and re-initialize CF machines
+// make sure all covariate-derived values are up to date before calling
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::reinit_cf(double _t)
+{
+	MODEL_CLASS_DECL::DualType _state[NCFMACRO*6+1];
+
+	get_all_cf_state(_state); // get the compartment values
+	init_cf(_t); // regenerate all the As
+	set_all_cf_state(_state); // put the values back in all the compartments
+}
+
+void GetNumCVMean(int* _pn){*_pn = 0;}
+void GetCVMeanName(int* _pi, char* _nm)
+{
+	if (0);
+}
+void GetCVMean(int* _pi, double* _pv)
+{
+	if (0);
+}
+void SetCVMean(int* _pi, double* _pv)
+{
+	if (0);
+}
+
+void GetNumCVMedian(int* _pn){*_pn = 0;}
+void GetCVMedianName(int* _pi, char* _nm)
+{
+	if (0);
+}
+void GetCVMedian(int* _pi, double* _pv)
+{
+	if (0);
+}
+void SetCVMedian(int* _pi, double* _pv)
+{
+	if (0);
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_subject()
+{
+	ResetSubject();
+	using NUM = MODEL_CLASS_DECL::DualType;
+	x = _NA;
+	_initial_x = _NA;
+    nb = double(0.0);
+    na = double(0.0);
+    nm = double(0.0);
+	ClearErrorMsg();
+
+	odeState = ODESTATE_START;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::restart_subject_sequences()
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::restart_subject_events()
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::end_subject(int bSimulating)
+{
+	if (bSimulating){
+	}
+	// set covariates to their first settings, in case needed for secondary parameters
+	SetCovariate(curTime, "x", _initial_x);
+}
+
+static double __tvC_low  = 3.3e-151;
+static double __tvC_init = 1.0;
+static double __tvC_high = 3.3e-151;
+
+void RestoreFixefLowInitHighFromModel(){
+	__tvC_low  = 3.3e-151;
+	__tvC_init = 1.0;
+	__tvC_high = 3.3e-151;
+}
+
+void SetFixefLowInitHigh(const char* _nm, double* _fixefLow, double* _fixefInit, double* _fixefHigh){
+    if (strcmp(_nm, "tvC")==0){
+        __tvC_low  = *_fixefLow;
+        __tvC_init = *_fixefInit;
+        __tvC_high = *_fixefHigh;
+        return;
+    }
+}
+
+void GetFixefLowInitHigh(const char* _nm, double* _fixefLow, double* _fixefInit, double* _fixefHigh){
+	if (0){
+    }
+    if (strcmp(_nm, "tvC")==0){
+        *_fixefLow  = __tvC_low;
+        *_fixefInit = __tvC_init;
+        *_fixefHigh = __tvC_high;
+        return;
+	}
+}
+
+void GetThetaLimits(double* _fixefLow, double* _fixefHigh){
+	int _n = 0;
+	_fixefLow[_n] = __tvC_low; // set tvC
+	_fixefHigh[_n] = __tvC_high;
+	_n++;
+	_fixefLow[_n] = 0; // stdev 0
+	_fixefHigh[_n] = 1e100;
+	_n++;
+	_fixefLow[_n] = 0; // stdev 0
+	_fixefHigh[_n] = 1e100;
+	_n++;
+	// if not using a gaussian alg, last theta is the main stdev
+	if (! _bUsingGaussianAlgorithm){
+	}
+}
+
+void InitFixefErrorEstimate(){
+    GetFixefErrorInitial(_fixef);
+}
+
+void GetFixefErrorInitial(double* _data){
+    _data[0] = __tvC_init; // set tvC
+    _data[1] = 0.5; // stdev 0
+    _data[2] = 0.25; // stdev 1
+    _data[3] = 0.125; // stdev 2
+}
+
+void GetFixefErrorLimits(double* _low, double* _high){
+    _low[0] = __tvC_low; // set tvC
+    _high[0] = __tvC_high;
+    _low[1] = 0; // stdev 0
+    _high[1] = 1e100; // stdev 0
+    _low[2] = 0; // stdev 1
+    _high[2] = 1e100; // stdev 1
+    _low[3] = 0; // stdev 2
+    _high[3] = 1e100; // stdev 2
+}
+
+double GetObsSigma(int _piWhichObs){
+	double _std = 0;
+	if (0){
+	} else if (_piWhichObs == 0){
+		_std = _fixef[1];
+	} else if (_piWhichObs == 1){
+		_std = _fixef[2];
+	} else if (_piWhichObs == 2){
+		_std = _fixef[1];
+	} else if (_piWhichObs == 3){
+		// error EEps is frozen
+		_std = 0.125;
+	}
+	return _std;
+}
+
+const char * GetObsSigmaName(int _piWhichObs){
+	if (0){
+	} else if (_piWhichObs == 0){
+		return "CEps";
+	} else if (_piWhichObs == 1){
+		return "DEps";
+	} else if (_piWhichObs == 2){
+		return "CEps";
+	} else if (_piWhichObs == 3){
+		return "EEps";
+	}
+	return "";
+}
+
+void GetInitialStdev(double* _svec){
+	_svec[0] = 0.125;
+}
+
+void GetInitialOmega5(double* _omat){
+	int _i = 0;
+	double _temp = 0;
+	for (_i=0; _i<0; _i++) _omat[_i] = 0;
+}
+
+double GetEtaVariance5(int _i){
+	double _temp = 1;
+	if (0){
+	}
+	return _temp;
+}
+
+void TruncateOmega5(double* _omat){
+	int _i = 0;
+	double _temp = 0;
+	double _mtemp[NRANEF5*NRANEF5+1];
+	memcpy(_mtemp, _omat, sizeof(double)*NRANEF5*NRANEF5);
+	memset(_omat, 0, sizeof(double)*NRANEF5*NRANEF5);
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void UnpackParameters(double* _thvec, double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _j1 = 0, _ldo = *_ldOmat;
+	double _temp = 0;
+	// assert NRANEF5 <= ldo
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_thvec[_n++] = _pack[_i];
+	}
+	// assert *_nPack == _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void UnpackParameters1(double* _thvec, double* _omat, double* _svec, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _j1 = 0, _ldo = *_ldOmat;
+	double _temp = 0;
+	// assert NRANEF5 <= ldo
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_thvec[_n++] = _pack[_i];
+	}
+	// assert *_nPack == _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   PackParameters(double* _thvec, double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_pack[_i] = _thvec[_n++];
+	}
+	*_nPack = _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   PackParameters1(double* _thvec, double* _omat, double* _svec, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_pack[_i] = _thvec[_n++];
+	}
+	*_nPack = _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   TypXParameters(double* _thvec, double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_pack[_i] = fabs(_thvec[_n++]);
+	}
+	*_nPack = _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   TypXParameters1(double* _thvec, double* _omat, double* _svec, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	_i1 = GetNTheta();
+	for (_i = 0; _i < _i1; _i++){
+		_pack[_i] = fabs(_thvec[_n++]);
+	}
+	*_nPack = _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void UnpackOmega(double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _i1 = 0, _j1 = 0, _ldo = *_ldOmat;
+	double _temp = 0;
+	// assert NRANEF5 <= ldo
+	// assert *_nPack == _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   PackOmega(double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	*_nPack = _n;
+}
+
+// Caution: omega matrix is assumed to be in lower cholesky form
+void   TypXOmega(double* _omat, double* _pack, int* _ldOmat, int* _nPack){
+	int _i = 0, _j, _n = 0, _ldo = *_ldOmat;
+	// assert NTHETA == *nth
+	*_nPack = _n;
+}
+
+void GetFixefErrToThetaMap(int* _iaTheta, int* _nth){
+	int _n = 0;
+	_iaTheta[0] = _n++; // tvC
+	// unfrozen error sigmas 
+	_iaTheta[1] = _n++; // stdev 0
+	_iaTheta[2] = _n++; // stdev 1
+	_iaTheta[3] = -1; // stdev 2
+	*_nth = _n;
+}
+
+void GetRanefToEtaMap(int* _iaEta, int* _nth){
+	int _n = 0;
+	*_nth = _n;
+}
+
+void UnpackTheta(double* _fixef, double* _thvec){
+	int _n = 0;
+	// copy theta to fixef+error
+	// unfrozen, enabled fixed effects 
+	_fixef[0] = _thvec[_n++];
+	// unfrozen error sigmas 
+	_fixef[1] = _thvec[_n++];
+	_fixef[2] = _thvec[_n++];
+}
+
+void   PackTheta(double* _fixef, double* _thvec, int* _nth){
+	int _n = 0;
+	// copy fixef+error to theta
+	// unfrozen, enabled fixed effects 
+	_thvec[_n++] = _fixef[0];
+	// unfrozen error sigmas 
+	_thvec[_n++] = _fixef[1];
+	_thvec[_n++] = _fixef[2];
+	*_nth = _n;
+}
+
+int GetEstimatedTheta(int * est_theta){
+	int _n = 0;
+		est_theta[0] = 1; ++_n;
+	return _n;
+}
+
+void   TypXTheta(double* _fixef, double* _thvec, int* _nth){
+	int _n = 0;
+	// copy fabs(fixef+error) to theta
+	// unfrozen, enabled fixed effects 
+	_thvec[_n++] = fabs(_fixef[0]);
+	// unfrozen error sigmas 
+	_thvec[_n++] = fabs(_fixef[1]);
+	_thvec[_n++] = fabs(_fixef[2]);
+	*_nth = _n;
+}
+
+// Caution: live portion of omega matrix is assumed to be packed in lower cholesky form
+void   GetNPack(int* _nPack){
+	int _n = 0;
+	_n++; // tvC
+	_n++; // CEps
+	_n++; // DEps
+	// EEps frozen
+	*_nPack = _n;
+}
+
+// Caution: live portion of omega matrix is assumed to be packed in lower cholesky form
+void   GetNPackOmega(int* _nPack){
+	int _n = 0;
+	*_nPack = _n;
+}
+
+void GetNSeqOmega(int* _nSeq){
+	int _n = 0;
+	*_nSeq = _n;
+}
+
+void GetOmegaSequenceInfo(int* _iSeq1, int* _nEta, int* _nSame){
+	int _iSeqCount = 0;
+	*_nEta = *_nSame = 0;
+}
+
+// Caution: live portion of omega matrix is assumed to be packed in lower cholesky form
+void   GetNPackRanCov(int* _nPack){
+	int _n = 0;
+	*_nPack = _n;
+}
+
+// Caution: live portion of omega matrix is assumed to be packed in lower cholesky form
+void   GetPackedIndexRanCov(int* _iRan, int* _jRan, int* _index){
+	int _n = 0;
+	*_index = -1;
+	_n++; // tvC
+	_n++; // CEps
+	_n++; // DEps
+	// EEps frozen
+}
+
+static double _dMainSigma;
+void SetMainSigma(double* _sig)
+{
+	_dMainSigma = *_sig;
+}
+
+static int GetGammaDelayDECnt(int i_)
+{
+    return 0;
+}
+
+constexpr int GetGammaDelayDEStart(int i_)
+{
+    return NINTEG_ALL + 1 + (i_ > 0 ? GetGammaDelayDECnt(i_ - 1) : 0);
+}
+
+int GetGammaDelayDECount()
+{
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::eval_group(DualType * zzY)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	int _ix0 = 0, _ix1 = 0;	// used for table statement
+	double _xFrac = 0;
+}
+
+template <typename RES, typename NUM, typename NUM1>
+static RES calc_sum_x(int N, const NUM1 & shape_, NUM x_[])
+{
+    RES BinomialCoeff_ = RES(1);
+    RES res_ = RES(x_[0]);
+    for (int i_ = 1; i_ < N; i_++) {
+        BinomialCoeff_ = -BinomialCoeff_ * (static_cast<typename type_caster_down<RES, NUM1>::type>(shape_) - i_) / i_;
+        res_ += BinomialCoeff_ * RES(x_[i_]);
+    }
+    return res_;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::eval_assign(DualType * zzY)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	int _ix0 = 0, _ix1 = 0;	// used for table statement
+	double _xFrac = 0;
+	C = tvC + 0.5 * x;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::eval_sparams(DualType * zzY)
+{
+	if (zzY == 0) return;
+	int _ix0 = 0, _ix1 = 0;	// used for table statement
+	double _xFrac = 0;
+	eval_group(zzY);
+	using NUM = MODEL_CLASS_DECL::DualType;
+	if (x == _NA){
+		SetErrorMsg("Covariate 'x' not set");
+		NotOK();
+	}
+
+    eval_assign(zzY);
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::calc_secondary()
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_secondary(int* _pn, double* _sec)
+{
+	*_pn = 0;
+}
+
+void SetModelTime(double _t)
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::jacobian(const DualType zzY[], DualType _jacobian[])
+{
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::init_tables()
+{
+}
+
+void ResetCF()
+{
+}
+
+template <typename NUM>
+static void ode_solve(int iODELevel, double * ptOuter, double dt, NUM zzY[N_ODE]);
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::advance(int iODELevel, double *pTimeOuter, double _dt)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+	#if defined(USE_SETTIMECF)
+		SetTimeOfStateCF(*pTimeOuter);
+	#endif
+
+	eval_sparams(zzY);
+}
+
+int GetNumCompartments()
+{
+	return 0;
+}
+
+int GetCompartmentNumber(const char* _nm)
+{
+	int _i = -1;
+	if (0);
+	return _i;
+}
+
+void GetCompartmentName(int _pi, char* _nm)
+{
+	_nm[0] = 0;
+	if (0);
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_bolus1(int _mark, double _tRel, int _iCpt, double _amt, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	double _tlag = 0;
+	double _rate = 1, _dt = 1;
+	NUM _bio(1);
+	if (0){
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_iv1(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	if (_rate <= 0) return;
+
+	double _dt = _amt / _rate;
+
+	if (_dt <= 0) return;
+
+	double _tlag = 0;
+	NUM _bio(1);
+	if (0){
+	}
+}
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_bolus1(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_start1(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_end1(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_bolus2(int _mark, double _tRel, int _iCpt, double _amt, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	double _tlag = 0;
+	double _rate = 1, _dt = 1;
+	NUM _bio(1);
+	if (0){
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::schedule_iv2(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	if (_rate <= 0) return;
+
+	double _dt = _amt / _rate;
+
+	if (_dt <= 0) return;
+
+	double _tlag = 0;
+	NUM _bio(1);
+	if (0){
+	}
+}
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_bolus2(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_start2(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::perform_inf_end2(double _dt, const ActionTicket & action)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	using DataType = ActionData<NUM>;
+	const DataType & data = get_data<NUM>(action);
+	int _iCpt = data.iarg;
+	NUM _dv = data.arg1;
+	NUM * zzR = globalR;
+	NUM * zzY = globalY;
+	long _neq = 0;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+	if (0)
+	{
+	}
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::add_to_cpt(int _iCpt, double _dv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+	NUM * zzY = globalY;
+	if (odeState == ODESTATE_UNDERWAY)
+		odeState = ODESTATE_CHANGE;
+
+	if (0){
+	}
+}
+MODEL_TEMPLATE_PARAMETER_LIST
+int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    eval_sparams(zzY);
+
+    if (_nm[0] == 'x' && strcmp(_nm, "x") == 0)
+    {
+        *_pv = double(x);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nb") == 0)
+    {
+        *_pv = double(nb);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "na") == 0)
+    {
+        *_pv = double(na);
+        return 1;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nm") == 0)
+    {
+        *_pv = double(nm);
+        return 1;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvC") == 0)
+    {
+        *_pv = double(tvC);
+        return 1;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "C") == 0)
+    {
+        *_pv = double(C);
+        return 1;
+    }
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::_set_var_value(const char* _nm, double* _pv)
+{
+    using NUM = MODEL_CLASS_DECL::DualType;
+
+    NUM * zzY = globalY;
+
+    if (_nm[0] == 'x' && strcmp(_nm, "x") == 0)
+    {
+        x = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nb") == 0)
+    {
+        nb = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "na") == 0)
+    {
+        na = *_pv;
+        return;
+    }
+    if (_nm[0] == 'n' && strcmp(_nm, "nm") == 0)
+    {
+        nm = *_pv;
+        return;
+    }
+    if (_nm[0] == 't' && strcmp(_nm, "tvC") == 0)
+    {
+        tvC = *_pv;
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "C") == 0)
+    {
+        C = *_pv;
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::set_var_value(const char* _nm, double* _pv)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+
+    eval_sparams(zzY);
+
+    _set_var_value(_nm, _pv);
+
+    eval_sparams(zzY);
+}
+int IsSaemRanef(int * _idx)
+{
+    return 0;
+}
+
+void GetSaemCMatrixSize(int* nBaseEta, int* nExtraEta, int* nTheta)
+{
+    *nBaseEta = *nTheta = *nExtraEta = 0;
+
+    {(*nExtraEta)++; (*nTheta)++;} // bare theta tvC
+
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_saem_matrix(double * daCMat, int * theta2eta)
+{
+	int _nBaseEta, _nExtraEta, _nTheta, _nEta;
+	int _iEta = 0;
+	int _jTheta = 0;
+	GetSaemCMatrixSize(&_nBaseEta, &_nExtraEta, &_nTheta);
+	_nEta = _nBaseEta + _nExtraEta;
+	// clear the C matrix
+	memset(daCMat, 0, sizeof(double)*_nEta*_nTheta);
+
+	// for additional bare thetas
+	{
+		daCMat[_iEta + _jTheta * _nEta] = 1; // extra eta for bare theta tvC
+		theta2eta[_jTheta] = -1;
+		_iEta++;
+		_jTheta++;
+	}
+	// assert _iEta == _nEta
+	// assert _jTheta == _nTheta
+}
+
+int GetCovariateIsInCMatrix(const char* name)
+{
+
+	return 0;
+}
+
+void GetSaemThetaInfo(int* iaCColToITheta, int* baCColIsLog)
+{
+	int _jCTheta = 0;
+	int _nTheta = 0;
+	int _iaIFixefErrToITheta[1+3];
+	int _i;
+	for (_i = 0; _i < 1+3; _i++) _iaIFixefErrToITheta[_i] = -1;
+	GetFixefErrToThetaMap(_iaIFixefErrToITheta, &_nTheta);
+	// for additional bare thetas
+	{
+		iaCColToITheta[_jCTheta] = _iaIFixefErrToITheta[0]; // tvC
+		baCColIsLog[_jCTheta] = 0;
+		_jCTheta++;
+	}
+}
+
+void GetSaemNaivePoolThetas(int* nNPTheta, int* iaTheta)
+{
+	int _jTheta = 0;
+	*nNPTheta = _jTheta;
+}
+
+int CanUseSAEM()
+{
+	return 1;
+}
+
+int triggerEndObs_CObs = 0;
+int triggerEndObs_Resp = 0;
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::end_obs_actions()
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	int bDidActions = 0;
+	if (triggerEndObs_CObs){
+		triggerEndObs_CObs = 0;
+		bDidActions = 1;
+			{
+				na = (double)C;
+			}
+		eval_sparams(zzY);
+	}
+	if (triggerEndObs_Resp){
+		triggerEndObs_Resp = 0;
+		bDidActions = 1;
+			{
+				nm = 2.0;
+			}
+		eval_sparams(zzY);
+	}
+	if (bDidActions && odeState==ODESTATE_UNDERWAY) odeState = ODESTATE_CHANGE;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::new_get_pred(int* pnObs, const double _t, const char* _nm, double _v1, bool doActions /*= true*/)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	double _dVFCorrectionFactor = 1;
+	double _yval[12] = {0};
+	double _probge[12] = {0};
+	double _prob[12] = {0};
+	NUM _ypred(0); // predicted value
+	NUM _var(1);
+	NUM _sig(1); // current standard deviation of Epsilon
+	NUM _sqrtvf(1); // dObs / dEpsilon (additive = 1, proportional = _ypred)
+	double _vf = 1; // _sqrtvf*_sqrtvf (additive = 1, proportional = _ypred^2)
+    if (_nm[0] == 'H' && strcmp(_nm, "HObs") == 0)
+    {
+		const auto & _std = CEps;
+		_ypred = C;
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+		_sqrtvf = sqrt(1.0);
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		_dVFCorrectionFactor = GetPredVFCorrectionFactor(0);
+		if (_dVFCorrectionFactor != 0) _sig /= _dVFCorrectionFactor;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		_var = _sig * _sig;
+
+		if (ALLOWLOGTRANSFORM && bEnableLogTransform){
+			RecordObservation(curTime, curTime, 0, 0, logfl((double)_ypred), logfl(_v1), (double)1.0, 0);
+			capture_pred(*pnObs, _ypred, NUM(1.0));
+		} else {
+			RecordObservation(curTime, curTime, 0, 0, (double)_ypred, _v1, (double)_var, 0);
+			capture_pred(*pnObs, _ypred, _var);
+		}
+		(*pnObs)++; // count all observations
+
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "DObs") == 0)
+    {
+		const auto & _std = DEps;
+		_ypred = C;
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+		_sqrtvf = sqrt((C * C));
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		_dVFCorrectionFactor = GetPredVFCorrectionFactor(1);
+		if (_dVFCorrectionFactor != 0) _sig /= _dVFCorrectionFactor;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		_var = _sig * _sig;
+
+		if (ALLOWLOGTRANSFORM && bEnableLogTransform){
+			RecordObservation(curTime, curTime, 0, 0, logfl((double)_ypred), logfl(_v1), (double)1.0, 1);
+			capture_pred(*pnObs, _ypred, NUM(1.0));
+		} else {
+			RecordObservation(curTime, curTime, 0, 0, (double)_ypred, _v1, (double)_var, 1);
+			capture_pred(*pnObs, _ypred, _var);
+		}
+		(*pnObs)++; // count all observations
+
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "CObs") == 0)
+    {
+		const auto & _std = CEps;
+		if (doActions)
+		{
+			// do before-obs action
+				if (odeState == ODESTATE_UNDERWAY)
+					odeState = ODESTATE_CHANGE;
+
+				{
+					nb = nb + 1.0;
+				}
+			eval_sparams(zzY);
+		}
+		_ypred = C;
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+		_sqrtvf = sqrt(1.0);
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		_dVFCorrectionFactor = GetPredVFCorrectionFactor(0);
+		if (_dVFCorrectionFactor != 0) _sig /= _dVFCorrectionFactor;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		_var = _sig * _sig;
+
+		if (ALLOWLOGTRANSFORM && bEnableLogTransform){
+			RecordObservation(x, x, 0, 0, logfl((double)_ypred), logfl(_v1), (double)1.0, 2);
+			capture_pred(*pnObs, _ypred, NUM(1.0));
+		} else {
+			RecordObservation(x, x, 0, 0, (double)_ypred, _v1, (double)_var, 2);
+			capture_pred(*pnObs, _ypred, _var);
+		}
+		(*pnObs)++; // count all observations
+		if (doActions)
+		{
+			// trigger after-obs action
+			triggerEndObs_CObs = 1;
+		}
+
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "EObs") == 0)
+    {
+		const double _std = 0.125; // EEps is frozen
+		_ypred = (C + 1.0);
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+		_sqrtvf = sqrt(((C + 1.0) * (C + 1.0)));
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		_dVFCorrectionFactor = GetPredVFCorrectionFactor(2);
+		if (_dVFCorrectionFactor != 0) _sig /= _dVFCorrectionFactor;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		_var = _sig * _sig;
+
+		if (ALLOWLOGTRANSFORM && bEnableLogTransform){
+			RecordObservation(curTime, curTime, 0, 0, logfl((double)_ypred), logfl(_v1), (double)1.0, 3);
+			capture_pred(*pnObs, _ypred, NUM(1.0));
+		} else {
+			RecordObservation(curTime, curTime, 0, 0, (double)_ypred, _v1, (double)_var, 3);
+			capture_pred(*pnObs, _ypred, _var);
+		}
+		(*pnObs)++; // count all observations
+
+        return;
+    }
+    if (_nm[0] == 'R' && strcmp(_nm, "Resp") == 0)
+    {
+		// handled because there are just two outcomes
+		_yval[1] = ((double)C - 2.0);
+		_probge[0] = 1;
+		_probge[1] = ilogit(_yval[1], 1, 1);
+		_probge[2] = 0;
+		_prob[0] = _probge[0] - _probge[1];
+		_prob[1] = _probge[1] - _probge[2];
+			RecordObservation(x, x, 0, 0, _prob[1], _v1, (double)(_prob[1]*(1-_prob[1])), 4);
+
+        return;
+    }
+    if (_nm[0] == 'G' && strcmp(_nm, "Grade") == 0)
+    {
+		// prediction not handled because more than 2 outcomes
+
+        return;
+    }
+}
+
+// jacobian info: 2=can matexp, 1=can stiffjac, 0=no jac, -1=no odes
+void GetJacobianInfo(int & _piJacobianInfo)
+{
+	_piJacobianInfo = -1;
+}
+int GetNumObservations()
+{
+	return 6;
+}
+
+int GetObservationNumber(const char* _nm)
+{
+	int _i = -1;
+	if (0);
+	else if (strcmp(_nm, "HObs")==0) _i = 0;
+	else if (strcmp(_nm, "DObs")==0) _i = 1;
+	else if (strcmp(_nm, "CObs")==0) _i = 2;
+	else if (strcmp(_nm, "EObs")==0) _i = 3;
+	else if (strcmp(_nm, "Resp")==0) _i = 4;
+	else if (strcmp(_nm, "Grade")==0) _i = 5;
+	return _i;
+}
+
+const char * GetObservationName(int* _pi)
+{
+	if (0);
+	else if (*_pi == 0) return "HObs";
+	else if (*_pi == 1) return "DObs";
+	else if (*_pi == 2) return "CObs";
+	else if (*_pi == 3) return "EObs";
+	else if (*_pi == 4) return "Resp";
+	else if (*_pi == 5) return "Grade";
+	return "";
+}
+
+ObsType GetObservationType(int * _pi)
+{
+	ObsType _type = ObsType::Unknown;
+	if (0);
+	else if (*_pi == 0) _type = ObsType::Gaussian;
+	else if (*_pi == 1) _type = ObsType::Gaussian;
+	else if (*_pi == 2) _type = ObsType::Gaussian;
+	else if (*_pi == 3) _type = ObsType::Gaussian;
+	else if (*_pi == 4) _type = ObsType::Multi;
+	else if (*_pi == 5) _type = ObsType::Multi;
+	return _type;
+}
+
+void GetObservationBqlLimit(int _i, double & _bqllimit, double & _uqllimit)
+{
+    static const std::pair<double, double> limits[] = {
+        {0, 0}, // HObs
+        {0, 0}, // DObs
+        {0.25, 40}, // CObs
+        {0, 0}, // EObs
+        {0, 0}, // Resp
+        {0, 0}, // Grade
+    };
+    if (_i < 0 || _i >= 6) return;
+    _bqllimit = limits[_i].first;
+    _uqllimit = limits[_i].second;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_ll(double _dLL[], double _dGrad[], int* pnObs, double _t, const char* _nm, double _v1, int iql)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	NUM _dLL1(0);
+	NUM _probge[12];
+
+    const double t = _t;
+    NUM _ypred(0), _sig(1), _sqrtvf(1);
+    int _i = 0;
+    if (_nm[0] == 'H' && strcmp(_nm, "HObs") == 0)
+    {
+		const auto & _std = CEps;
+		_ypred = C;
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+        if (!ALLOWLOGTRANSFORM || !bEnableLogTransform) {
+            _sqrtvf = sqrt(1.0);
+        }
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		_sig *= _std;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		if (ALLOWLOGTRANSFORM && bEnableLogTransform){
+			if (iql == 0) _dLL1 += lnorm(logfl(_v1) - logfl(_ypred), _sig);
+			else if (iql > 0) _dLL1 += lphi(logfl(_v1) - logfl(_ypred), _sig);
+			else _dLL1 += lphi(logfl(_ypred) - logfl(_v1), _sig);
+		} else {
+			if (iql == 0) _dLL1 += lnorm(_v1 - _ypred, _sig);
+			else if (iql > 0) _dLL1 += lphi(_v1 - _ypred, _sig);
+			else _dLL1 += lphi(_ypred - _v1, _sig);
+		}
+		_dLL[0] += (double)_dLL1;
+		copy_grad(_dLL1, _dGrad);
+		(*pnObs)++;
+		if (_pcb){
+			if (ALLOWLOGTRANSFORM && bEnableLogTransform)
+                _pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, logfl((double)_ypred), 0, logfl(_v1), (double)_sig, (double)_sqrtvf, iql);
+			else
+                _pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, (double)_ypred, 0, _v1, (double)_sig, (double)_sqrtvf, iql);
+		}
+
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "DObs") == 0)
+    {
+		const auto & _std = DEps;
+		_ypred = C;
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+        if (!ALLOWLOGTRANSFORM || !bEnableLogTransform) {
+            _sqrtvf = sqrt((C * C));
+        }
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		_sig *= _std;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		if (ALLOWLOGTRANSFORM && bEnableLogTransform){
+			if (iql == 0) _dLL1 += lnorm(logfl(_v1) - logfl(_ypred), _sig);
+			else if (iql > 0) _dLL1 += lphi(logfl(_v1) - logfl(_ypred), _sig);
+			else _dLL1 += lphi(logfl(_ypred) - logfl(_v1), _sig);
+		} else {
+			if (iql == 0) _dLL1 += lnorm(_v1 - _ypred, _sig);
+			else if (iql > 0) _dLL1 += lphi(_v1 - _ypred, _sig);
+			else _dLL1 += lphi(_ypred - _v1, _sig);
+		}
+		_dLL[0] += (double)_dLL1;
+		copy_grad(_dLL1, _dGrad);
+		(*pnObs)++;
+		if (_pcb){
+			if (ALLOWLOGTRANSFORM && bEnableLogTransform)
+                _pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, logfl((double)_ypred), 0, logfl(_v1), (double)_sig, (double)_sqrtvf, iql);
+			else
+                _pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, (double)_ypred, 0, _v1, (double)_sig, (double)_sqrtvf, iql);
+		}
+
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "CObs") == 0)
+    {
+		const auto & _std = CEps;
+		// do before-obs action
+			if (odeState == ODESTATE_UNDERWAY)
+				odeState = ODESTATE_CHANGE;
+
+			{
+				nb = nb + 1.0;
+			}
+		eval_sparams(zzY);
+		_ypred = C;
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+        if (!ALLOWLOGTRANSFORM || !bEnableLogTransform) {
+            _sqrtvf = sqrt(1.0);
+        }
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		_sig *= _std;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		if (ALLOWLOGTRANSFORM && bEnableLogTransform){
+			if (iql == 0) _dLL1 += lnorm(logfl(_v1) - logfl(_ypred), _sig);
+			else if (iql > 0) _dLL1 += lphi(logfl(_v1) - logfl(_ypred), _sig);
+			else _dLL1 += lphi(logfl(_ypred) - logfl(_v1), _sig);
+		} else {
+			if (iql == 0) _dLL1 += lnorm(_v1 - _ypred, _sig);
+			else if (iql > 0) _dLL1 += lphi(_v1 - _ypred, _sig);
+			else _dLL1 += lphi(_ypred - _v1, _sig);
+		}
+		_dLL[0] += (double)_dLL1;
+		copy_grad(_dLL1, _dGrad);
+		(*pnObs)++;
+		if (_pcb){
+			if (ALLOWLOGTRANSFORM && bEnableLogTransform)
+                _pcb->OnObserve(x, 0, _nm, -1, logfl((double)_ypred), 0, logfl(_v1), (double)_sig, (double)_sqrtvf, iql);
+			else
+                _pcb->OnObserve(x, 0, _nm, -1, (double)_ypred, 0, _v1, (double)_sig, (double)_sqrtvf, iql);
+		}
+		// trigger after-obs action
+		triggerEndObs_CObs = 1;
+
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "EObs") == 0)
+    {
+		const double _std = 0.125; // EEps is frozen
+		_ypred = (C + 1.0);
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+        if (!ALLOWLOGTRANSFORM || !bEnableLogTransform) {
+            _sqrtvf = sqrt(((C + 1.0) * (C + 1.0)));
+        }
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		_sig *= _std;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		if (ALLOWLOGTRANSFORM && bEnableLogTransform){
+			if (iql == 0) _dLL1 += lnorm(logfl(_v1) - logfl(_ypred), _sig);
+			else if (iql > 0) _dLL1 += lphi(logfl(_v1) - logfl(_ypred), _sig);
+			else _dLL1 += lphi(logfl(_ypred) - logfl(_v1), _sig);
+		} else {
+			if (iql == 0) _dLL1 += lnorm(_v1 - _ypred, _sig);
+			else if (iql > 0) _dLL1 += lphi(_v1 - _ypred, _sig);
+			else _dLL1 += lphi(_ypred - _v1, _sig);
+		}
+		_dLL[0] += (double)_dLL1;
+		copy_grad(_dLL1, _dGrad);
+		(*pnObs)++;
+		if (_pcb){
+			if (ALLOWLOGTRANSFORM && bEnableLogTransform)
+                _pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, logfl((double)_ypred), 0, logfl(_v1), (double)_sig, (double)_sqrtvf, iql);
+			else
+                _pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, (double)_ypred, 0, _v1, (double)_sig, (double)_sqrtvf, iql);
+		}
+
+        return;
+    }
+    if (_nm[0] == 'R' && strcmp(_nm, "Resp") == 0)
+    {
+		// do before-obs action
+			if (odeState == ODESTATE_UNDERWAY)
+				odeState = ODESTATE_CHANGE;
+
+			{
+				nm = 1.0;
+			}
+		eval_sparams(zzY);
+		_probge[0] = 1;
+		_probge[1] = ilogit((C - 2.0), 1, 1);
+		_probge[2] = 0;
+		_i = (int)_v1;
+		if ((double)_i == _v1 && _i >= 0 && _i <= 1){
+			NUM delp = _probge[_i] - _probge[_i+1];
+			if (delp > 0){
+				_dLL1 = log(delp);
+			} else {
+				if (std::isnan((double)delp))
+					SetErrorMessageWithParams("Observable 'Resp': NaN produced for the current structural parameters");
+				else if (delp == 0)
+					SetErrorMessageWithParams("Observable 'Resp' has category probability zero");
+				else
+					SetErrorMessageWithParams("Observable 'Resp' category probabilities not descending");
+				NotOK();
+				_dLL1 = -1.0e200;
+			}
+		} else {
+			sprintf(_msgbuf, "Observable 'Resp' has invalid categorical value %g", _v1);
+			SetErrorMessageWithParams(_msgbuf);
+			NotOK();
+		}
+		_dLL[0] += (double)_dLL1;
+		copy_grad(_dLL1, _dGrad);
+		(*pnObs)++;
+		if (_pcb){
+			_pcb->OnObserve(x, 0, _nm, -1, _NA, _NA, _v1, _NA, 1/_NA, iql);
+		}
+		// do after-obs action
+			if (odeState == ODESTATE_UNDERWAY)
+				odeState = ODESTATE_CHANGE;
+
+			{
+				nm = 2.0;
+			}
+		eval_sparams(zzY);
+
+        return;
+    }
+    if (_nm[0] == 'G' && strcmp(_nm, "Grade") == 0)
+    {
+		_probge[0] = 1;
+		_probge[1] = iprobit((C - 1.0));
+		_probge[2] = iprobit((C - 2.0));
+		_probge[3] = iprobit((C - 3.0));
+		_probge[4] = iprobit((C - 4.0));
+		_probge[5] = iprobit((C - 5.0));
+		_probge[6] = iprobit((C - 6.0));
+		_probge[7] = iprobit((C - 7.0));
+		_probge[8] = iprobit((C - 8.0));
+		_probge[9] = iprobit((C - 9.0));
+		_probge[10] = iprobit((C - 10.0));
+		_probge[11] = 0;
+		_i = (int)_v1;
+		if ((double)_i == _v1 && _i >= 0 && _i <= 10){
+			NUM delp = _probge[_i] - _probge[_i+1];
+			if (delp > 0){
+				_dLL1 = log(delp);
+			} else {
+				if (std::isnan((double)delp))
+					SetErrorMessageWithParams("Observable 'Grade': NaN produced for the current structural parameters");
+				else if (delp == 0)
+					SetErrorMessageWithParams("Observable 'Grade' has category probability zero");
+				else
+					SetErrorMessageWithParams("Observable 'Grade' category probabilities not descending");
+				NotOK();
+				_dLL1 = -1.0e200;
+			}
+		} else {
+			sprintf(_msgbuf, "Observable 'Grade' has invalid categorical value %g", _v1);
+			SetErrorMessageWithParams(_msgbuf);
+			NotOK();
+		}
+		_dLL[0] += (double)_dLL1;
+		copy_grad(_dLL1, _dGrad);
+		(*pnObs)++;
+		if (_pcb){
+			_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, _NA, _NA, _v1, _NA, 1/_NA, iql);
+		}
+
+        return;
+    }
+}
+
+int GetPredObsError(int _iObs)
+{
+	int _iError = -1;
+	if (0){
+	} else if (_iObs == 0){
+		_iError = 0;
+	} else if (_iObs == 1){
+		_iError = 1;
+	} else if (_iObs == 2){
+		_iError = 0;
+	} else if (_iObs == 3){
+		_iError = 2;
+	}
+	return _iError;
+}
+
+double GetPredVFCorrectionFactor(int _iError)
+{
+	int _nFixef = 1;
+	int _iLastFreeError = 1;
+	int _bErrorFrozen = 0;
+	double _vfCorrectionFactor = 1;
+	if (_iError != _iLastFreeError){
+		double _dThisSigma = _fixef[_nFixef + _iError];
+		if (_dThisSigma != 0) _vfCorrectionFactor = _dMainSigma / _dThisSigma;
+	}
+	return _vfCorrectionFactor;
+}
+
+void GetPredName(int* _iWhichObs, char* _nm)
+{
+	_nm[0] = '\0';
+	if (0);
+	else if (*_iWhichObs == 0) strcpy(_nm, "C");
+	else if (*_iWhichObs == 1) strcpy(_nm, "C");
+	else if (*_iWhichObs == 2) strcpy(_nm, "C");
+	else if (*_iWhichObs == 3) strcpy(_nm, "(C + 1.0)");
+}
+
+void GetObsName(int* _iWhichObs, char* _nm)
+{
+	_nm[0] = '\0';
+	if (0);
+	else if (*_iWhichObs == 0) strcpy(_nm, "HObs");
+	else if (*_iWhichObs == 1) strcpy(_nm, "DObs");
+	else if (*_iWhichObs == 2) strcpy(_nm, "CObs");
+	else if (*_iWhichObs == 3) strcpy(_nm, "EObs");
+	else if (*_iWhichObs == 4) strcpy(_nm, "Resp");
+	else if (*_iWhichObs == 5) strcpy(_nm, "Grade");
+}
+
+void GetIVarName(int* _iWhichObs, char* _nm)
+{
+	_nm[0] = '\0';
+	if (0);
+	else if (*_iWhichObs == 0) strcpy(_nm, "");
+	else if (*_iWhichObs == 1) strcpy(_nm, "");
+	else if (*_iWhichObs == 2) strcpy(_nm, "x");
+	else if (*_iWhichObs == 3) strcpy(_nm, "");
+	else if (*_iWhichObs == 4) strcpy(_nm, "x");
+	else if (*_iWhichObs == 5) strcpy(_nm, "");
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_obs_vf(int* _iWhichObs, double* _vf)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	*_vf = 1;
+	if (0);
+	else if (*_iWhichObs == 0){
+		const auto & _std = CEps;
+		*_vf = (double)1.0;
+	}
+	else if (*_iWhichObs == 1){
+		const auto & _std = DEps;
+		*_vf = (double)((double)C * (double)C);
+	}
+	else if (*_iWhichObs == 2){
+		const auto & _std = CEps;
+		*_vf = (double)1.0;
+	}
+	else if (*_iWhichObs == 3){
+		const double _std = 0.125; // EEps is frozen
+		*_vf = (double)(((double)C + 1.0) * ((double)C + 1.0));
+	}
+}
+
+void GetNumGaussianObs(int* _nGaussianObs)
+{
+	(*_nGaussianObs)++; /* HObs */
+	(*_nGaussianObs)++; /* DObs */
+	(*_nGaussianObs)++; /* CObs */
+	(*_nGaussianObs)++; /* EObs */
+}
+
+
+double _unifControlled(BOOL bSample)
+{
+	return bSample ? unif() : 0.5;
+}
+double _normControlled(BOOL bSample)
+{
+	return bSample ? norm() : 0.0;
+}
+
+int GetVcv(const char **& names, const double *& vals, const int *& sizes)
+{
+    return 0;
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	double _probge[12];
+
+    const double t = _t;
+    NUM _ypred(0), _sig(1), _sqrtvf(1);
+    int _i = 0;
+	eval_sparams(zzY);
+    if (_nm[0] == 'H' && strcmp(_nm, "HObs") == 0)
+    {
+		const auto & _std = CEps;
+		_ypred = C;
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+        if (!ALLOWLOGTRANSFORM || !bEnableLogTransform) {
+            _sqrtvf = sqrt(1.0);
+        }
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		if (_pcb != 0){
+            double _eps = bSampleEpsilon ? norm() * (double)_std : 0.0; // get a N(0,1)
+			double _ypred1 = (double)((double)C + sqrt(_eps));
+			if (ALLOWLOGTRANSFORM && bEnableLogTransform)
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, logfl((double)_ypred), logfl(_ypred1), logfl(_v1), (double)_sig, (double)_sqrtvf, iql);
+			else
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, (double)_ypred, _ypred1, _v1, (double)_sig, (double)_sqrtvf, iql);
+		}
+
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "DObs") == 0)
+    {
+		const auto & _std = DEps;
+		_ypred = C;
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+        if (!ALLOWLOGTRANSFORM || !bEnableLogTransform) {
+            _sqrtvf = sqrt((C * C));
+        }
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		if (_pcb != 0){
+            double _eps = bSampleEpsilon ? norm() * (double)_std : 0.0; // get a N(0,1)
+			double _ypred1 = (double)((double)C * exp(_eps));
+			if (ALLOWLOGTRANSFORM && bEnableLogTransform)
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, logfl((double)_ypred), logfl(_ypred1), logfl(_v1), (double)_sig, (double)_sqrtvf, iql);
+			else
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, (double)_ypred, _ypred1, _v1, (double)_sig, (double)_sqrtvf, iql);
+		}
+
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "CObs") == 0)
+    {
+		const auto & _std = CEps;
+		// do before-obs action
+			if (odeState == ODESTATE_UNDERWAY)
+				odeState = ODESTATE_CHANGE;
+
+			{
+				nb = nb + 1.0;
+			}
+		eval_sparams(zzY);
+		_ypred = C;
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+        if (!ALLOWLOGTRANSFORM || !bEnableLogTransform) {
+            _sqrtvf = sqrt(1.0);
+        }
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		if (_pcb != 0){
+			double _ypred1 = 0;
+			// do simulation action
+			if (odeState == ODESTATE_UNDERWAY)
+				odeState = ODESTATE_CHANGE;
+
+			{
+				_ypred1 = (double)C + 0.5 * _normControlled(bSampleEpsilon);
+			}
+
+			eval_sparams(zzY);
+			_pcb->OnObserve(x, 0, _nm, -1, (double)_ypred, _ypred1, _v1, (double)_sig, (double)_sqrtvf, iql);
+		}
+		// trigger after-obs action
+		triggerEndObs_CObs = 1;
+
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "EObs") == 0)
+    {
+		const double _std = 0.125; // EEps is frozen
+		_ypred = (C + 1.0);
+		if (!isfinite(_ypred)){
+			SetErrorMsg("Error (Model.cpp): non-finite _ypred");
+		}
+        if (!ALLOWLOGTRANSFORM || !bEnableLogTransform) {
+            _sqrtvf = sqrt(((C + 1.0) * (C + 1.0)));
+        }
+		/* handle 0 observations and proportional models */
+		if (_sqrtvf == 0 || (_sqrtvf < 1e-12 && _v1 == 0)){_ypred = 0; _sqrtvf = 1;}
+		_sig = _sqrtvf;
+		if (!isfinite(_sig)){
+			SetErrorMsg("Error (Model.cpp): non-finite _sig");
+		}
+		if (_sig == 0){
+			SetErrorMsg("Error (Model.cpp): zero _sig");
+		}
+		if (_pcb != 0){
+            double _eps = bSampleEpsilon ? norm() * (double)_std : 0.0; // get a N(0,1)
+			double _ypred1 = (double)(((double)C + 1.0) * (1.0 + _eps));
+			if (ALLOWLOGTRANSFORM && bEnableLogTransform)
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, logfl((double)_ypred), logfl(_ypred1), logfl(_v1), (double)_sig, (double)_sqrtvf, iql);
+			else
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, (double)_ypred, _ypred1, _v1, (double)_sig, (double)_sqrtvf, iql);
+		}
+
+        return;
+    }
+    if (_nm[0] == 'R' && strcmp(_nm, "Resp") == 0)
+    {
+		// do before-obs action
+			if (odeState == ODESTATE_UNDERWAY)
+				odeState = ODESTATE_CHANGE;
+
+			{
+				nm = 1.0;
+			}
+		eval_sparams(zzY);
+		_probge[0] = 1;
+		_probge[1] = ilogit((double)((double)C - 2.0), 1, 1);
+		_probge[2] = 0;
+		if (_pcb != 0){
+			if (bForVPC){
+				double _ypred1(0);
+				_ypred1 = _probge[0] - _probge[1];
+				_pcb->OnObserve(x, 0, _nm, 0, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[1] - _probge[2];
+				_pcb->OnObserve(x, 0, _nm, 1, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+			} else {
+				double _u = unif();
+				double _ypred1(0);
+				if (0);
+				else if (_u > _probge[0+1]) _ypred1 = 0;
+				else _ypred1 = 1;
+				_pcb->OnObserve(x, 0, _nm, -1, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+			}
+		}
+		// do after-obs action
+			if (odeState == ODESTATE_UNDERWAY)
+				odeState = ODESTATE_CHANGE;
+
+			{
+				nm = 2.0;
+			}
+		eval_sparams(zzY);
+
+        return;
+    }
+    if (_nm[0] == 'G' && strcmp(_nm, "Grade") == 0)
+    {
+		_probge[0] = 1;
+		_probge[1] = iprobit((double)((double)C - 1.0));
+		_probge[2] = iprobit((double)((double)C - 2.0));
+		_probge[3] = iprobit((double)((double)C - 3.0));
+		_probge[4] = iprobit((double)((double)C - 4.0));
+		_probge[5] = iprobit((double)((double)C - 5.0));
+		_probge[6] = iprobit((double)((double)C - 6.0));
+		_probge[7] = iprobit((double)((double)C - 7.0));
+		_probge[8] = iprobit((double)((double)C - 8.0));
+		_probge[9] = iprobit((double)((double)C - 9.0));
+		_probge[10] = iprobit((double)((double)C - 10.0));
+		_probge[11] = 0;
+		if (_pcb != 0){
+			if (bForVPC){
+				double _ypred1(0);
+				_ypred1 = _probge[0] - _probge[1];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 0, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[1] - _probge[2];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 1, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[2] - _probge[3];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 2, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[3] - _probge[4];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 3, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[4] - _probge[5];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 4, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[5] - _probge[6];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 5, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[6] - _probge[7];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 6, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[7] - _probge[8];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 7, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[8] - _probge[9];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 8, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[9] - _probge[10];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 9, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+				_ypred1 = _probge[10] - _probge[11];
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, 10, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+			} else {
+				double _u = unif();
+				double _ypred1(0);
+				if (0);
+				else if (_u > _probge[0+1]) _ypred1 = 0;
+				else if (_u > _probge[1+1]) _ypred1 = 1;
+				else if (_u > _probge[2+1]) _ypred1 = 2;
+				else if (_u > _probge[3+1]) _ypred1 = 3;
+				else if (_u > _probge[4+1]) _ypred1 = 4;
+				else if (_u > _probge[5+1]) _ypred1 = 5;
+				else if (_u > _probge[6+1]) _ypred1 = 6;
+				else if (_u > _probge[7+1]) _ypred1 = 7;
+				else if (_u > _probge[8+1]) _ypred1 = 8;
+				else if (_u > _probge[9+1]) _ypred1 = 9;
+				else _ypred1 = 10;
+				_pcb->OnObserve(curTime, curTimeLastDose, _nm, -1, (double)_ypred, _ypred1, _v1, _NA, 1/_NA, iql);
+			}
+		}
+
+        return;
+    }
+}
+
+void GetNumCategories(const char* _nm, int* pNCat){
+	*pNCat = 0;
+    if (_nm[0] == 'R' && strcmp(_nm, "Resp") == 0)
+    {
+        *pNCat = 2;
+
+        return;
+    }
+    if (_nm[0] == 'G' && strcmp(_nm, "Grade") == 0)
+    {
+        *pNCat = 11;
+
+        return;
+    }
+}
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::simulate_for_tables(double _t, const char* _nm, double* _pObs, double* _pPred)
+{
+	using NUM = MODEL_CLASS_DECL::DualType;
+
+	NUM * zzY = globalY;
+
+	double _probge[12];
+	const double t = _t;
+	double _eps = 0;
+	eval_sparams(zzY);
+	if (_pcb == 0) return;
+    if (_nm[0] == 'H' && strcmp(_nm, "HObs") == 0)
+    {
+        const auto & _std = CEps;
+        *_pPred = (double)((double)C + sqrt(_eps));
+        _eps = norm() * _fixef[1]; // get a N(0,stdev)
+        *_pObs = (double)((double)C + sqrt(_eps));
+
+        return;
+    }
+    if (_nm[0] == 'D' && strcmp(_nm, "DObs") == 0)
+    {
+        const auto & _std = DEps;
+        *_pPred = (double)((double)C * exp(_eps));
+        _eps = norm() * _fixef[2]; // get a N(0,stdev)
+        *_pObs = (double)((double)C * exp(_eps));
+
+        return;
+    }
+    if (_nm[0] == 'C' && strcmp(_nm, "CObs") == 0)
+    {
+        const auto & _std = CEps;
+        // do before-obs action
+		if (odeState == ODESTATE_UNDERWAY)
+			odeState = ODESTATE_CHANGE;
+
+		{
+			nb = nb + 1.0;
+		}
+        eval_sparams(zzY);
+        double _pred = 0;
+		if (odeState == ODESTATE_UNDERWAY)
+			odeState = ODESTATE_CHANGE;
+
+		{
+			_pred = (double)C + 0.5 * norm();
+		}
+        *_pPred = _NA;
+        *_pObs = _pred;
+        // trigger after-obs action
+        triggerEndObs_CObs = 1;
+
+        return;
+    }
+    if (_nm[0] == 'E' && strcmp(_nm, "EObs") == 0)
+    {
+        const double _std = 0.125; // EEps is frozen
+        *_pPred = (double)(((double)C + 1.0) * (1.0 + _eps));
+        _eps = norm() * _fixef[3]; // get a N(0,stdev)
+        *_pObs = (double)(((double)C + 1.0) * (1.0 + _eps));
+
+        return;
+    }
+    if (_nm[0] == 'R' && strcmp(_nm, "Resp") == 0)
+    {
+        double _u = 0;
+        double _ypred1 = 0;
+        // do before-obs action
+		if (odeState == ODESTATE_UNDERWAY)
+			odeState = ODESTATE_CHANGE;
+
+		{
+			nm = 1.0;
+		}
+        eval_sparams(zzY);
+        _probge[0] = 1;
+        _probge[1] = ilogit((double)((double)C - 2.0), 1, 1);
+        _probge[2] = 0;
+        _u = unif();
+        _ypred1 = 0;
+        if (0);
+        else if (_u > _probge[0+1]) _ypred1 = 0;
+        else _ypred1 = 1;
+        *_pPred = _probge[1];
+        *_pObs = _ypred1;
+        // trigger after-obs action
+        triggerEndObs_Resp = 1;
+
+        return;
+    }
+    if (_nm[0] == 'G' && strcmp(_nm, "Grade") == 0)
+    {
+        double _u = 0;
+        double _ypred1 = 0;
+        _probge[0] = 1;
+        _probge[1] = iprobit((double)((double)C - 1.0));
+        _probge[2] = iprobit((double)((double)C - 2.0));
+        _probge[3] = iprobit((double)((double)C - 3.0));
+        _probge[4] = iprobit((double)((double)C - 4.0));
+        _probge[5] = iprobit((double)((double)C - 5.0));
+        _probge[6] = iprobit((double)((double)C - 6.0));
+        _probge[7] = iprobit((double)((double)C - 7.0));
+        _probge[8] = iprobit((double)((double)C - 8.0));
+        _probge[9] = iprobit((double)((double)C - 9.0));
+        _probge[10] = iprobit((double)((double)C - 10.0));
+        _probge[11] = 0;
+        _u = unif();
+        _ypred1 = 0;
+        if (0);
+        else if (_u > _probge[0+1]) _ypred1 = 0;
+        else if (_u > _probge[1+1]) _ypred1 = 1;
+        else if (_u > _probge[2+1]) _ypred1 = 2;
+        else if (_u > _probge[3+1]) _ypred1 = 3;
+        else if (_u > _probge[4+1]) _ypred1 = 4;
+        else if (_u > _probge[5+1]) _ypred1 = 5;
+        else if (_u > _probge[6+1]) _ypred1 = 6;
+        else if (_u > _probge[7+1]) _ypred1 = 7;
+        else if (_u > _probge[8+1]) _ypred1 = 8;
+        else if (_u > _probge[9+1]) _ypred1 = 9;
+        else _ypred1 = 10;
+        *_pPred = _probge[1];
+        *_pObs = _ypred1;
+
+        return;
+    }
+}
+
+
+static const int _temp_res_num = 1;
+static const int _temp_arg_num = 1;
+
+static std::vector<temp_arg> _temp_res_storage(_temp_res_num);
+static std::vector<temp_arg> _temp_arg_storage(_temp_arg_num);
+
+static void InitTemp()
+{
+    _tempResult = _temp_res_storage.data();
+    _tempArg = _temp_arg_storage.data();
+    for (auto & _v : _temp_res_storage)
+        reset_temp(_v);
+    for (auto & _v : _temp_arg_storage)
+        reset_temp(_v);
+}
+
+#ifdef CAN_DUAL
+static base_data * data = 0;
+static model_data<double, double> * md_real = 0;
+#else
+static model_data * data = 0;
+static model_data * md_real = 0;
+#endif
+#ifdef DUAL_THETA
+static model_data<DualTheta, double> * md_theta = 0;
+#endif
+#ifdef DUAL_ETA
+static model_data<double, DualEta> * md_eta = 0;
+#endif
+
+AD_Mode GetCurrentADMode()
+{
+    return data->get_mode();
+}
+
+void SwitchMode(AD_Mode mode)
+{
+    switch (mode)
+    {
+    case AD_Mode::REAL:
+        data = md_real;
+        break;
+#ifdef DUAL_THETA
+    case AD_Mode::THETA_DUAL:
+        data = md_theta;
+        break;
+#endif
+#ifdef DUAL_ETA
+    case AD_Mode::ETA_DUAL:
+        data = md_eta;
+        break;
+#endif
+    default:
+        exit(666);
+    }
+    InitTemp();
+}
+
+void InitModels()
+{
+    static bool initialized = false;
+    if (initialized)
+        return;
+    initialized = true;
+    InitTemp();
+#ifdef CAN_DUAL
+    static model_data<double, double> _md_real;
+#else
+    static model_data _md_real;
+#endif
+    md_real = &_md_real;
+#ifdef DUAL_THETA
+    static model_data<DualTheta, double> _md_theta;
+    md_theta = &_md_theta;
+#endif
+#ifdef DUAL_ETA
+    static model_data<double, DualEta> _md_eta;
+    md_eta = &_md_eta;
+#endif
+    // select initial mode
+    SwitchMode(AD_Mode::REAL);
+}
+
+void InitSubject() { data->init_subject(); }
+void ResetSubject() { data->reset_subject(); }
+void EndSubject(int sim) { data->end_subject(sim); }
+void InitDelays(double _t) { data->init_delays(_t); }
+void InitCF(double _t) { data->init_cf(_t); }
+void ReInitCF(double _t) { data->reinit_cf(_t); }
+void EvalSParms() { data->eval_sparams(); }
+void GetSecondary(int* _pn, double* _sec) { data->get_secondary(_pn, _sec); }
+void ScheduleBolus1(int _mark, double _tRel, int _iCpt, double _amt, int _addl) { data->schedule_bolus1(_mark, _tRel, _iCpt, _amt, _addl); }
+void ScheduleBolus2(int _mark, double _tRel, int _iCpt, double _amt, int _addl) { data->schedule_bolus2(_mark, _tRel, _iCpt, _amt, _addl); }
+void ScheduleIV1(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl) { data->schedule_iv1(_mark, _tRel, _iCpt, _amt, _rate, _addl); }
+void ScheduleIV2(int _mark, double _tRel, int _iCpt, double _amt, double _rate, int _addl) { data->schedule_iv2(_mark, _tRel, _iCpt, _amt, _rate, _addl); }
+void PerformBolus1(double _dt, const ActionTicket & action) { data->perform_bolus1(_dt, action); }
+void PerformBolus2(double _dt, const ActionTicket & action) { data->perform_bolus2(_dt, action); }
+void PerformInfStart1(double _dt, const ActionTicket & action) { data->perform_inf_start1(_dt, action); }
+void PerformInfEnd1(double _dt, const ActionTicket & action) { data->perform_inf_end1(_dt, action); }
+void PerformInfStart2(double _dt, const ActionTicket & action) { data->perform_inf_start2(_dt, action); }
+void PerformInfEnd2(double _dt, const ActionTicket & action) { data->perform_inf_end2(_dt, action); }
+void AddToCpt(int _iCpt, double _dv) { data->add_to_cpt(_iCpt, _dv); }
+int GetVarValue(const char * _nm, double * _pv) { return data->get_var_value(_nm, _pv); }
+void SetVarValue(const char * _nm, double * _pv) { data->set_var_value(_nm, _pv); }
+void GetLL(double _dLL[], double _dGrad[], int * pnObs, double _t, const char * _nm, double _v1, int iql) { data->get_ll(_dLL, _dGrad, pnObs, _t, _nm, _v1, iql); }
+void NewGetPred(int * pnObs, const double _t, const char * _nm, double _v1, bool doActions /*= true*/) { data->new_get_pred(pnObs, _t, _nm, _v1, doActions); }
+void GetObsVF(int* _iWhichObs, double* _vf) { data->get_obs_vf(_iWhichObs, _vf); }
+void DoEndObsActions() { data->end_obs_actions(); }
+void Simulate(double _t, const char* _nm, double _v1, int iql, int bSampleEpsilon, int bForVPC) { data->simulate(_t, _nm, _v1, iql, bSampleEpsilon, bForVPC); }
+void SimulateForSimTbl(double _t, const char* _nm, double* _pObs, double* _pPred) { data->simulate_for_tables(_t, _nm, _pObs, _pPred); }
+void RestartSubjectSequences() { data->restart_subject_sequences(); }
+void RestartSubjectEventSims() { data->restart_subject_events(); }
+void Advance(int iODELevel, double *pTimeOuter, double _dt) { data->advance(iODELevel, pTimeOuter, _dt); }
+void init_fixef(const double * ran) { data->init_fixef(ran); }
+void init_ranef(const double * ran) { data->init_ranef(ran); }
+void SetTimeOfStateCF(double _t) { data->set_time_of_state(_t); }
+void SetTimeOfGetValCF(double _t) { data->set_time_of_getval(_t); }
+void SequenceAction(int seq, double t) { data->sequence_action(seq, t); }
+void EventAction(int seq, double t) { data->event_action(seq, t); }
+void GetSaemCMatrix(double * daCMat, int * theta2eta) { data->get_saem_matrix(daCMat, theta2eta); }
+void GetSS(const unsigned char * pc, int * pbOK) { data->get_ss(pc, pbOK); }
+
+double GetVarValue(const char * _nm)
+{
+    double _v = S_NA;
+    data->get_var_value(_nm, &_v);
+    if (!isfinite(_v))
+        return S_NA;
+    return _v;
+}
+
+template <typename NUM>
+static NUM vdis(int n, const NUM a[], const NUM b[])
+{
+    NUM _sum = 0.0;
+    for (int i = 0; i < n; i++)
+        _sum += (a[i] - b[i]) * (a[i] - b[i]);
+    return sqrt(_sum);
+}
+
+bool _extraSS = false;
+
+MODEL_TEMPLATE_PARAMETER_LIST
+void MODEL_CLASS_DECL::get_ss(const unsigned char * pc, int * pbOK)
+{
+    const int nIntegAll = NINTEG_ALL;
+    const int N = NINTEG_ALL + NCFMACRO * 6;
+    static DualType zvec[N + 1], y0[N + 1], y1[N + 1], y2[N + 1], y3[N + 1], vec[N + 1];
+    const double _tol = 1e-5;
+    int changeTime = HasDelay();
+    int bTrySimpleWay = changeTime;
+    int bSSFailed = 0;
+    int i, j, k;
+
+    double tempTime = curTime;
+    SwitchToSSActions();
+    if (pbOK && *pbOK == 0) return;
+    curTime = 0;
+    new_ss();
+
+    // first run two cycles to get in the ballpark
+    InterpSS(pc, pbOK, changeTime, TRUE);
+    if (pbOK && *pbOK == 0) return;
+    InterpSS(pc, pbOK, changeTime, FALSE);
+    if (pbOK && *pbOK == 0) return;
+
+    // extrapolate along the approach to steady state
+    for (k = 0; k < 20 && !bTrySimpleWay; k++)
+    {
+        get_y(y0); get_all_cf_state(y0 + nIntegAll); clear_ss_irrelevant_state(y0);
+        InterpSS(pc, pbOK, changeTime, FALSE);
+        if (pbOK && *pbOK == 0) return;
+        get_y(y1); get_all_cf_state(y1 + nIntegAll); clear_ss_irrelevant_state(y1);
+        DualType dy01 = vdis(N, y0, y1);
+        DualType dy1z = vdis(N, y1, zvec);
+        if (dy01 < _tol * dy1z) break;
+        InterpSS(pc, pbOK, changeTime, FALSE);
+        if (pbOK && *pbOK == 0) return;
+        get_y(y2); get_all_cf_state(y2 + nIntegAll); clear_ss_irrelevant_state(y2);
+        DualType dy02 = vdis(N, y0, y2);
+        if (2 * dy01 - dy02 == 0) { bTrySimpleWay = 1; break; }
+        for (i = 0; i < N; i++) vec[i] = y2[i] - y0[i];
+        DualType _a = (dy01 * dy01) / (2 * dy01 - dy02);
+        if (fabs(_a) > 5 * dy02) { bTrySimpleWay = 1; break; }
+        for (i = 0; i < N; i++) y3[i] = y0[i] + vec[i] / dy02 * _a;
+        for (i = nIntegAll; i < N; i++)
+        {
+            if (y3[i] < 0) { bTrySimpleWay = 1; break; }
+        }
+        set_y(y3); set_all_cf_state(y3 + nIntegAll);
+    }
+    if (k >= 20) bTrySimpleWay = 1;
+
+    if (bTrySimpleWay)
+    {
+        bSSFailed = 0;
+        get_y(y0); get_all_cf_state(y0 + nIntegAll); clear_ss_irrelevant_state(y0);
+        for (j = 1000; --j >= 0;)
+        {
+            InterpSS(pc, pbOK, changeTime, FALSE);
+            if (pbOK && *pbOK == 0) return;
+            get_y(y1); get_all_cf_state(y1 + nIntegAll); clear_ss_irrelevant_state(y1);
+            DualType dy01 = vdis(N, y0, y1);
+            DualType dy1z = vdis(N, y1, zvec);
+            if (dy01 < _tol * dy1z) break;
+            for (i = 0; i < N; i++) y0[i] = y1[i];
+        }
+        if (j < 0) bSSFailed = 1;
+    }
+
+    if (HasDelay())
+    {
+        _extraSS = true;
+        InterpSS(pc, pbOK, changeTime, FALSE);
+        _extraSS = false;
+        if (pbOK && *pbOK == 0) return;
+    }
+
+    if (bSSFailed)
+    {
+        SetErrorMessageWithParams("Error: unable to achieve steady-state.");
+        if (pbOK) *pbOK = 0;
+    }
+    curTime = tempTime;
+    SwitchToDefaultActions();
+}
+
+void ResetTime()
+{
+	curTime = 0;
+	curTimeLastDose = curTime;
+	iCurWhichDose = 0;
+}
+
+void Deriv(double * _pt, double zzY[], double zzR[])
+{
+}
+
+void Jacobian(const double zzY[], double _jacobian[])
+{
+}

@@ -1,0 +1,30 @@
+#if 0
+// Model.h
+// Generated with VARO5 26.3.2.2
+#endif
+
+#define NFIXEF 1 // number of user fixef vars
+#define NERROR 3 // number of user error vars
+#define NRANEF1 0
+#define NRANEF2 0
+#define NRANEF3 0
+#define NRANEF4 0
+#define NRANEF5 0
+#define NDUALRANEF5 0
+#define NDUALFIXEFS 3
+#define MULTI_LEVEL_RANEF 0
+#define NSECONDARY 0 // number of secondary parameters
+#define TRULYTIMEBASED 0
+#define ALLOWGAUSSIANFIT 0
+#define ALLOWLOGTRANSFORM 0
+#define MODELUNIQUEID "5ab94cb-2997a608-30fd5981-60d0a4dd"
+#define MODELRUNID "5ab94cb-2997a608-30fd5981-60d0a4dd-00"
+
+#define NDERIV 0 // number of user deriv vars
+#define NURINE 0 // number of urine compartments
+#define NTRANSIT2 0 // number of transit2 compartments
+#define NTRANSIT 0 // number of transit compartments
+#define NEVENT 0 // number of event/count statements
+#define NINTEG_ALL (NDERIV + NURINE + NTRANSIT2 + NTRANSIT + NEVENT)
+#define NCFMACRO 0 // number of closed form machines
+

@@ -1,0 +1,2 @@
+// Run-time library of the engine: nothing the tests need.
+#pragma once

@@ -1,0 +1,3 @@
+// Engine simulation helpers.
+#pragma once
+#include "mutil/odesolve_common.h"
