@@ -4,6 +4,7 @@
 #include "numeric_support.h"
 
 #include <cmath>
+#include <filesystem>
 #include <regex>
 
 namespace {
@@ -82,13 +83,24 @@ std::vector<double> JacobianPairs(std::string const& name, std::string const& mo
     return Numbers(dir);
 }
 
-// Every golden model whose Jacobian is printed.
+// Every golden model whose Jacobian is printed; models with delay tables, which this engine
+// does not run, are left out. Copies run in another mode translate the same model.
 TEST(Derivatives, JacobianEqualsCentralDifferencesOfTheRates) {
-    for (char const* name :
-         {"ode_oral", "one_cpt_covariates", "two_cpt_block_omega", "jacobian_two_cpt",
-          "jacobian_michaelis", "frozen_disabled_fixefs", "same_groups", "events", "deriv_noss",
-          "no_dose", "interpolate_constrain"})
-        ExpectPairs(JacobianPairs(name, GoldenModel(name)), 1e-6, name);
+    int checked = 0;
+    for (auto const& entry : std::filesystem::directory_iterator(GOLDEN_DIR)) {
+        std::string name = entry.path().filename().string();
+        if (name.find("_real_only") != std::string::npos) continue;
+        std::string model = ReadFile(entry.path().string() + "/model.mdl");
+        std::string dir = WorkDir("jac_" + name);
+        if (!Translate(dir, model)) continue; // cases of refused models
+        std::string text = ReadFile(dir + "/Model.cpp");
+        bool printed = text.find("_piJacobianInfo = 1;") != std::string::npos ||
+                       text.find("_piJacobianInfo = 2;") != std::string::npos;
+        if (!printed || text.find("_delayTable_") != std::string::npos) continue;
+        ExpectPairs(JacobianPairs(name, model), 1e-6, name);
+        checked++;
+    }
+    EXPECT_GE(checked, 10);
 }
 
 // A transposed index in the printed Jacobian is caught.
@@ -114,7 +126,8 @@ struct DualCase {
     char const* name;
     std::string model;
     std::vector<std::string> reads;
-    std::string dose; // compartment of a dose of 100 at t = 0, or empty
+    std::string dose;        // compartment of a dose of 100 at t = 0, or empty
+    bool derivatives = true; // some derivative part is not zero
 };
 
 std::string DualHarness(DualCase const& c) {
@@ -194,6 +207,12 @@ TEST(Derivatives, DualPredictionsEqualCentralDifferences) {
          {"m->V", "m->Cl"}, // no dose: the states stay 0
          ""},
         {"cov_power", GoldenModel("cov_power"), {"m->Eff", "m->Vl"}, ""},
+        {"jacobian_michaelis", GoldenModel("jacobian_michaelis"), {"m->globalY[0]"}, ""},
+        {"obs_gaussian_multi", GoldenModel("obs_gaussian_multi"), {"m->C"}, ""},
+        {"saem", GoldenModel("saem"), {"m->C", "m->globalY[0]"}, "Aa"},
+        {"saem_refused", GoldenModel("saem_refused"), {"m->C"}, "A1"},
+        // dual only through its error, on which no prediction depends
+        {"obs_responses", GoldenModel("obs_responses"), {"m->C"}, "A1", false},
         {"pk_population",
          ReadFile(std::string(EXAMPLES_DIR) + "/pk_population.mdl"),
          {"m->C"},
@@ -214,11 +233,13 @@ TEST(Derivatives, DualPredictionsEqualCentralDifferences) {
                 double fd = (v[at + j] - v[at + r + j]) / (2 * h);
                 double part = v[at + 2 * r + 1 + j];
                 if (std::fabs(part) > 1e-6) nonzero++;
-                EXPECT_TRUE(Close(fd, part, 1e-5) || std::fabs(fd - part) < 1e-9)
+                // where the part is 0: the integrator's own error, divided by the step
+                double noise = 1e-7 * (1 + std::fabs(v[at + j]));
+                EXPECT_TRUE(Close(fd, part, 1e-5) || std::fabs(fd - part) < noise)
                     << c.name << " " << c.reads[j] << " parameter block " << at / block;
             }
         }
-        EXPECT_GT(nonzero, 0) << c.name;
+        if (c.derivatives) EXPECT_GT(nonzero, 0) << c.name;
     }
 }
 
