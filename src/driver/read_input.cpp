@@ -58,14 +58,47 @@ N ReadCohortFile(char const* path, NV& includes) {
     } catch (SyntaxError const&) {
         return N();
     }
-    AtEndOfText(p);
+    parsCohort(p);
+    if (!IsErrorSet()) AtEndOfText(p);
     return N();
 }
 
-// The include clauses, then one model. Override blocks behind the model are not read yet:
-// their text is left over, as anything else would be.
-N ReadModelFile(char const* path, NV& includes, int /*iReplace*/) {
-    char const* p = ReadFile(path);
+// The path of the rewritten model text: the input's with its last character replaced by
+// 'x' ("foo.mdl" gives "foo.mdx"); a path of one character stays as it is.
+static std::string ReplacedTextPath(char const* path) {
+    std::string out = path;
+    if (out.size() > 1) out.back() = 'x';
+    return out;
+}
+
+// The end of the model for the rewritten text: behind its last character and the blanks and
+// line breaks after it. A comment there already belongs to what follows.
+static char const* EndOfModel(char const* p) {
+    while (*p > 0 && *p <= ' ')
+        p++;
+    return p;
+}
+
+// Writes the model text 'text' with the override's values put in place; the override block
+// itself, from 'modelEnd' to 'blockEnd', goes, and so does everything behind it. A file that
+// can't be opened is passed over without a word.
+static void WriteReplacedText(std::string const& path, char const* text, N const& model,
+                              N const& over, char const* modelEnd, char const* blockEnd) {
+    std::vector<CReplacement> edits;
+    GetReplacements(model, over, edits);
+    edits.push_back({modelEnd, blockEnd, ""});
+    std::string out = ApplyReplacements(text, edits);
+    FILE* f = fopen(path.c_str(), "wb");
+    if (!f) return;
+    fwrite(out.data(), 1, out.size(), f);
+    fclose(f);
+}
+
+// The include clauses, one model, and any override blocks behind it: merged into the model,
+// or with 'iReplace' written into a copy of the model's text, each block anew.
+N ReadModelFile(char const* path, NV& includes, int iReplace) {
+    char const* text = ReadFile(path);
+    char const* p = text;
     SetErr(nullptr, 0, 0, 0, -1);
     bAllowNullOmegas = 0;
     N model;
@@ -76,6 +109,17 @@ N ReadModelFile(char const* path, NV& includes, int /*iReplace*/) {
     }
     parsModel(p, model);
     if (IsErrorSet()) return N();
+    char const* modelEnd = EndOfModel(p);
+    while (seeWord(p, "override")) {
+        N over;
+        parsOverride(p, over);
+        if (IsErrorSet()) return N();
+        over->AssertValid();
+        if (iReplace)
+            WriteReplacedText(ReplacedTextPath(path), text, model, over, modelEnd, p);
+        else
+            incorporateOverride(model, over);
+    }
     if (!AtEndOfText(p)) return N();
     return model;
 }

@@ -1,7 +1,10 @@
 // The run settings of the command line, the usage text, and `doit`, which picks the one
 // road of this run: trial program, override rewrite, model information, or model code.
+#include "analysis/analysis.h"
 #include "driver/driver.h"
 #include "modelgen/gencode.h"
+#include "parser/parser.h"
+#include "trialgen/trialgen.h"
 
 String sInFile;
 String sOutDir;
@@ -33,7 +36,14 @@ int doit() {
     NV includes;
     if (bTrialSimulation) {
         ReadCohortFile(sInFile, includes);
-        return bFatalError ? 1 : 0;
+        if (bFatalError) return 1;
+        // The samplers are collected and the units propagated here once those steps exist.
+        CheckModels(paModel);
+        String sTimeUnits;
+        CGenCode3 trial;
+        trial.GenCohortExe("cohort.cpp", "cohort.h", includes, paModel, paJoin, paProc, paGlobalInt,
+                           paGlobalDbl, sTimeUnits);
+        return 0;
     }
     if (bReplaceModelText) {
         ReadModelFile(sInFile, includes, 1);
@@ -44,11 +54,9 @@ int doit() {
     if (!model) return 0;
     model->AssertValid();
     if (bGetTextModelInfo) {
-        // Phase 1 refuses a wrong model before any file exists; the information file itself
-        // comes with its generator.
-        CGenCode info(model);
-        info.iGenTypes = iGenModelTypes;
-        info.GenDllPhase1();
+        std::string infoPath = OutputPath("ModelInfo.txt");
+        ModelInfoGen info(model);
+        info.GenModelInfo(infoPath.c_str(), iGenModelTypes, includes);
         return 0;
     }
     std::string hPath = OutputPath("Model.h"), cppPath = OutputPath("Model.cpp");

@@ -248,3 +248,16 @@ class CGenCode {
 
 // The variables whose units the engine sets, each with its _X_Units slot (gen_globals.cpp).
 SV GetUnitSlots(CGenCode const& g);
+
+// The model information file of the /I mode: the lists of Phase 1 printed as the sections of
+// ModelInfo.txt (model_info.cpp).
+class ModelInfoGen : public CGenCode {
+  public:
+    using CGenCode::CGenCode;
+
+    void GenModelInfo(char const* path, int genTypes, NV& includes);
+    // The names of the level-5 random effects and their initial omega matrix, n by n by rows.
+    void GetInitialPackedOmega(SV& names, std::vector<double>& matrix) const;
+    // The error variables and their values as the error statements give them.
+    void GetInitialError(SV& names, std::vector<double>& values) const;
+};

@@ -2,24 +2,20 @@
 // sleep, and the dobefore/doafter/simulate hooks that hang on dose points and observations.
 #include "parser/parser.h"
 
-static void parsActionBody(char const*& p, N& out, int allowSleep) {
-    parsSequenceStmt(p, out, allowSleep);
-}
-
-// while expr action
-static void parsWhile(char const*& p, N& out, int allowSleep) {
+// while expr arm
+void parsWhileLoop(char const*& p, N& out, ArmParser arm, int mode) {
     N test, body;
     parsExpr(p, test, 0);
-    parsActionBody(p, body, allowSleep);
+    arm(p, body, mode);
     if (IsErrorSet()) return;
     out = std::make_shared<CNode>(CN_WHILE, test, body);
 }
 
-// if expr action { else if expr action } [ else action ]
-static void parsIf(char const*& p, N& out, int allowSleep) {
+// if expr arm { else if expr arm } [ else arm ]
+void parsIfChain(char const*& p, N& out, ArmParser arm, int mode) {
     N test, then;
     parsExpr(p, test, 0);
-    parsActionBody(p, then, allowSleep);
+    arm(p, then, mode);
     if (IsErrorSet()) return;
     out = std::make_shared<CNode>(CN_IF, test, then);
     N current = out;
@@ -27,7 +23,7 @@ static void parsIf(char const*& p, N& out, int allowSleep) {
     while (seeWord(p, "else") && seeWord(p, "if")) {
         N elseTest, elseThen;
         parsExpr(p, elseTest, 0);
-        parsActionBody(p, elseThen, allowSleep);
+        arm(p, elseThen, mode);
         if (IsErrorSet()) return;
         current->child3 = std::make_shared<CNode>(CN_IF, elseTest, elseThen);
         current = current->child3;
@@ -36,7 +32,7 @@ static void parsIf(char const*& p, N& out, int allowSleep) {
     p = mark;
     if (!seeWord(p, "else")) return;
     N otherwise;
-    parsActionBody(p, otherwise, allowSleep);
+    arm(p, otherwise, mode);
     if (!IsErrorSet()) current->child3 = otherwise;
 }
 
@@ -76,8 +72,8 @@ static void parsActionBlock(char const*& p, N& out, int allowSleep) {
 void parsSequenceStmt(char const*& p, N& out, int allowSleep) {
     DepthGuard guard(p);
     ScanWhite(p);
-    if (seeWord(p, "while")) return parsWhile(p, out, allowSleep);
-    if (seeWord(p, "if")) return parsIf(p, out, allowSleep);
+    if (seeWord(p, "while")) return parsWhileLoop(p, out, parsSequenceStmt, allowSleep);
+    if (seeWord(p, "if")) return parsIfChain(p, out, parsSequenceStmt, allowSleep);
     if (seeWord(p, "sleep")) {
         if (!allowSleep) return SetErr("'sleep' not allowed in this context", p, 0, 0, -1);
         return parsOneOrTwoArgs(p, out, CN_SLEEP);

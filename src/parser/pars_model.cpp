@@ -99,6 +99,7 @@ static void parse_stmt_impl(char const*& p, N& out) {
         return;
     }
     if (seeWord(p, "iwndf")) return parsIwndfStmt(p, out);
+    if (seeWord(p, "distrib")) return parsDistribStmt(p, out);
     if (seeWord(p, "dosepoint") || seeWord(p, "dosepoint1"))
         return parsDosepointStmt(p, out, CN_DOSEPOINT);
     if (seeWord(p, "dosepoint2")) return parsDosepointStmt(p, out, CN_DOSEPOINT2);
@@ -123,12 +124,13 @@ static void parse_stmt_impl(char const*& p, N& out) {
     if (seeWord(p, "sequence")) return parsSequence(p, out);
     if (seeWord(p, "dual_vars")) return parsForceVars(p, force_dual);
     if (seeWord(p, "real_vars")) return parsForceVars(p, force_real);
+    if (parsSampleStmt(p, out)) return;
     if (seeChar(p, '{')) return parsBlock(p, out);
     parsExpr(p, out, 1);
 }
 
 // model: id "(" [ id { "," id } ] ")" stmt
-static void parse_model_impl(char const*& p, N& out) {
+void parse_model_impl(char const*& p, N& out) {
     bBqlInModel = bUncertaintySeen = bVCVFixefSeen = bVCVRanefSeen = bVCVRanchSeen = 0;
     bIWNDFSeen = 0;
     String name;

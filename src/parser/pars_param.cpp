@@ -18,12 +18,13 @@ static N SimpleNumber(N const& expr) {
 }
 
 // part: expr
-// One part of a fixef estimate; it must reduce to a number.
+// One part of a fixef estimate; it must reduce to a number, whose span ends with its text.
 static void parsFixefNumber(char const*& p, N& out) {
     N expr;
     parsExpr(p, expr, 0);
     out = SimpleNumber(expr);
-    if (!out) SetErr("Expected simple numeric value", p, 0, 0, -1);
+    if (!out) return SetErr("Expected simple numeric value", p, 0, 0, -1);
+    out->pos.end = LastTokenEnd(out->pos.start, out->pos.end);
 }
 
 // Skips white space and comments; true when 'c' stands at the cursor then.
@@ -123,10 +124,10 @@ static void parsFixefItem(char const*& p, N const& stmt) {
         if (IsErrorSet()) return;
         // Only the span counts: the text replacement of an override finds the estimate by it.
         item->child4 = std::make_shared<CNode>("whatever");
-        item->child4->pos = get_pos(estStart, p);
+        item->child4->pos = get_pos(estStart, LastTokenEnd(estStart, p));
     }
     item->list = {est[0], est[1], est[2]};
-    item->pos = get_pos(start, p);
+    item->pos = get_pos(start, LastTokenEnd(start, p));
 }
 
 // fixef ( { [","] item } )

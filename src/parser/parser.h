@@ -4,7 +4,9 @@
 
 #include "expr/expr.h"
 
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Size of every buffer that receives an identifier, a string or the text of a number.
@@ -16,6 +18,7 @@ extern char const* const saKnownStatement[];
 extern char const* const saKnownFunction[];
 
 char const* ScanWhite(char const*& p);
+char const* LastTokenEnd(char const* start, char const* end);
 int seeChar(char const*& p, char c);
 int seeChars(char const*& p, char const* s);
 int seeAssignOp(char const*& p);
@@ -90,6 +93,23 @@ void parsAppendix(char const*& p, N node, int allowSimulate);
 // 'includes' as a `CN_FILE` node.
 void parsIncludes(char const*& p, NV& includes);
 
+// Override blocks behind a model. A `CReplacement` is one edit of the model buffer: the text
+// from 'start' up to 'end' becomes 'text'.
+struct CReplacement {
+    char const* start;
+    char const* end;
+    std::string text;
+};
+
+// The model text of an override block, behind the word "override".
+void parsOverride(char const*& p, N& out);
+// Merges the override's fixed effects and omegas into the model's tree.
+void incorporateOverride(N model, N over);
+// Appends the edits that put the override's values into the model's text, ordered by start.
+void GetReplacements(N model, N over, std::vector<CReplacement>& out);
+// The text from 'text' on with the ordered 'edits' made, up to the end of the last one.
+std::string ApplyReplacements(char const* text, std::vector<CReplacement> const& edits);
+
 extern SV DelayDists;
 
 void parsExpr(char const*& p, N& out, int allowAssign);
@@ -120,3 +140,142 @@ class DepthGuard {
   private:
     int entered = 0;
 };
+
+// ---- Distributions and file sampling (pars_distrib.cpp, pars_sample.cpp, block_parser.cpp) ---
+
+// A distribution of a `distrib` right side, kinds CN_DIST_P to CN_DIST_MVT, with the
+// sample(...) clause that may follow it. Copied as a CNode it becomes a plain node.
+class Dist : public CNode {
+  public:
+    std::unique_ptr<CSampleOption> pSampleOption;
+
+    Dist(CNodeType type, N c1);
+    Dist(CNodeType type, N c1, N c2);
+    Dist(CNodeType type, N c1, N c2, N c3);
+    Dist(CNodeType type, N c1, N c2, N c3, N c4);
+    Dist(Dist const& other);
+    Dist& operator=(Dist const& other);
+    void swap(Dist& other);
+
+    // For direct callers only: CNode::Equal never reaches this overload.
+    using CNode::equal_impl;
+    virtual bool equal_impl(cn const& other) const;
+};
+
+// One `name = column` argument of the sample statement.
+struct SimpleMapping {
+    std::string var;
+    std::string column;
+};
+
+// One `block(...) = c(...)` or `diag(...) = c(...)` argument of the sample statement.
+struct MatrixMapping {
+    std::vector<std::string> vars;
+    std::vector<std::string> columns;
+};
+
+// The sample statement: values drawn from the rows of a file, kind CN_SAMPLE.
+class Sample : public CNode {
+  public:
+    std::vector<SimpleMapping> simpleMappings;
+    std::vector<MatrixMapping> blockMappings;
+    std::vector<MatrixMapping> diagMappings;
+    std::string sFileName;
+    std::string sMode;
+
+    Sample();
+    virtual std::string const& GetFileName() const;
+    // 1 for the mode "random", else 0.
+    virtual int GetMode() const;
+    using CNode::equal_impl;
+    virtual bool equal_impl(cn const& other) const;
+    void swap(Sample& other);
+};
+
+void parsDistribStmt(char const*& p, N& out);
+void parsSubpop(char const*& p, int* cats, N& out, N subpops, int* count);
+void parsDistribRHS(char const*& p, int* cats, Dist*& out);
+void parsDistribRHSPrimaryAndLimits(char const*& p, N& out);
+
+// The sampling sub-parser reports by throwing `syntax_error`, which its caller turns into a
+// report at the place of the fault.
+namespace sampling {
+[[noreturn]] void syntax_err(char const* msg, char const* where);
+}
+
+int parse_sample(char const*& p, Dist* dist);
+int parse_sample(char const*& p, CSampleOption*& out);
+int parse_sample(char const*& p, Sample*& out);
+// The sample statement in a statement list: false when none stands here; a fault is
+// reported with SetErr at its place, with the line count kept right.
+bool parsSampleStmt(char const*& p, N& out);
+
+// Balanced text: "(" with ")" and the double quote with itself; inside quotes only the quote
+// has meaning. Over the script text it counts the lines it walks; over a view, the end of the
+// view is the end of the text.
+class block_parser {
+  public:
+    block_parser();
+    explicit block_parser(std::string_view within);
+
+    // The text between the opener under 'p' and its closer; 'p' moves behind the closer.
+    // False when 'open' is not under the cursor.
+    bool parse_block(char const*& p, char open, std::string_view& out);
+    // Splits at the commas outside every block, trimming each item; empty items are kept.
+    // False when the blocks are not balanced at the end.
+    template <class T> bool parse_list(std::string_view const& text, std::vector<T>& items);
+
+  private:
+    void Clear();
+    void Count(char c);
+    bool AllClosed() const;
+    bool AtEnd(char const* q) const;
+
+    bool isOpener[256];
+    unsigned char openerOf[256];
+    int count[256];
+    char const* end;
+    bool bCountLines;
+};
+
+// The word, then a balanced "(...)" split into items. On the script text a word without its
+// list is the error "braced list expected"; on a view it is no call, and neither is text
+// behind the list.
+template <class T> bool parse_call(char const*& p, char const* word, std::vector<T>& items);
+template <class T>
+bool parse_call(std::string_view const& text, char const* word, std::vector<T>& items);
+template <class T> bool parse_braced_list(char const*& p, std::vector<T>& items);
+bool parse_assignment(std::string_view const& text, std::string_view& left,
+                      std::string_view& right);
+bool is_id(std::string_view const& text);
+std::string_view unquote(std::string_view const& text);
+std::string_view trim(std::string_view const& text);
+
+// ---- Trial scripts (pars_cohort.cpp, pars_proc.cpp) -----------------------------------------
+
+// What parsCohort read: models, join blocks, units blocks, procedures, global int and double
+// names. Emptied at the start of each script.
+extern NV paModel;
+extern NV paJoin;
+extern NV paUnits;
+extern NV paProc;
+extern NV paGlobalInt;
+extern NV paGlobalDbl;
+
+// The kinds of procedure: 0 "main", 1 "proc", 2 "subject", 3 "sproc".
+enum ProcKind { PROC_MAIN = 0, PROC_PROC = 1, PROC_SUBJECT = 2, PROC_SPROC = 3 };
+
+void parse_model_impl(char const*& p, N& out);
+void parsCohort(char const*& p);
+void parsProc(char const*& p, N& out, int kind);
+void parsProcBlock(char const*& p, N& out, int kind);
+void parsProcStmt(char const*& p, N& out, int kind);
+void parsJoin(char const*& p, N& out);
+void parsJoinStmt(char const*& p, N& out);
+void parsAllocationStmt(char const*& p, N& out);
+
+// The branches of action code and of procedures, with the statement parser of their arms;
+// 'mode' is passed to it unchanged.
+typedef void (*ArmParser)(char const*& p, N& out, int mode);
+void parsIfChain(char const*& p, N& out, ArmParser arm, int mode);
+void parsWhileLoop(char const*& p, N& out, ArmParser arm, int mode);

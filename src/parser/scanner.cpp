@@ -84,6 +84,29 @@ char const* ScanWhite(char const*& p) {
     return p;
 }
 
+// The end of the last character in [start, end) that is neither white space nor part of a
+// comment, by the rules of ScanWhite; 'start' when there is none. A span set after a failed
+// look-ahead ends there rather than behind what the look-ahead skipped.
+char const* LastTokenEnd(char const* start, char const* end) {
+    char const* last = start;
+    for (char const* q = start; q < end;) {
+        if (IsWhite(*q)) {
+            q++;
+        } else if (*q == '#' || (q[0] == '/' && q[1] == '/')) {
+            while (q < end && *q != '\n')
+                q++;
+        } else if (q[0] == '/' && q[1] == '*') {
+            q += 2;
+            while (q < end && !(q[0] == '*' && q[1] == '/'))
+                q++;
+            q += 2;
+        } else {
+            last = ++q;
+        }
+    }
+    return last;
+}
+
 int seeChar(char const*& p, char c) {
     ScanWhite(p);
     if (*p != c) return 0;

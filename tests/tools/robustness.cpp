@@ -1,5 +1,6 @@
-// Runs the translator on many damaged copies of sample model texts and checks that every run
-// ends with status 0 or 1, never with a signal or another status. The damage is deterministic
+// Runs the translator on many damaged copies of sample model texts and trial scripts (named
+// *.trial, always run with /T) and checks that every run ends with status 0 or 1, never with
+// a signal or another status. The damage is deterministic
 // (a fixed seed): bytes dropped, changed or cut off, and pieces of the language put in at
 // random places, so that every parser rule sees unfinished and misplaced text.
 // Usage: robustness <VARO5> <work dir> <runs> <sample files...>
@@ -73,7 +74,38 @@ static char const* const pieces[] = {"(",
                                      "1.5",
                                      ".",
                                      "0",
-                                     "%s%n"};
+                                     "%s%n",
+                                     "model ",
+                                     "join {",
+                                     "units {",
+                                     "proc ",
+                                     "sproc ",
+                                     "subject(",
+                                     "main(",
+                                     "allocation(",
+                                     "strata(",
+                                     "arms(",
+                                     "block(",
+                                     "diag(",
+                                     "distrib(",
+                                     "subpops(",
+                                     "P(",
+                                     "N(",
+                                     "lognorm(",
+                                     "MVN(",
+                                     "T(",
+                                     "sample(",
+                                     "\"f.csv\", random, ",
+                                     "collect ",
+                                     "start ",
+                                     "call ",
+                                     "suspend",
+                                     "resume(",
+                                     "for (",
+                                     " in ",
+                                     "bolus(",
+                                     "infuse(",
+                                     "steadystate "};
 
 static std::string ReadAll(char const* path) {
     std::ifstream in(path, std::ios::binary);
@@ -105,17 +137,24 @@ int main(int argc, char** argv) {
     std::string varo5 = argv[1], dir = argv[2];
     int runs = atoi(argv[3]);
     std::vector<std::string> samples;
-    for (int i = 4; i < argc; i++)
+    std::vector<bool> isTrial; // trial scripts, named *.trial, always run with /T
+    for (int i = 4; i < argc; i++) {
         samples.push_back(ReadAll(argv[i]));
+        std::string name = argv[i];
+        isTrial.push_back(name.size() > 6 && name.compare(name.size() - 6, 6, ".trial") == 0);
+    }
     std::mt19937 rng(20261122);
     std::string model = dir + "/damaged.mdl";
     char const* modes[] = {"", "/T ", "/R ", "/I "};
     int bad = 0;
     for (int i = 0; i < runs; i++) {
-        std::string text = Damaged(samples[rng() % samples.size()], rng);
+        size_t pick = rng() % samples.size();
+        std::string text = Damaged(samples[pick], rng);
         std::ofstream(model, std::ios::binary) << text;
-        std::string cmd = "cd '" + dir + "' && '" + varo5 + "' " + modes[rng() % 4] +
-                          "damaged.mdl . >/dev/null 2>&1";
+        std::string mode = modes[rng() % 4];
+        if (isTrial[pick]) mode = "/T ";
+        std::string cmd =
+            "cd '" + dir + "' && '" + varo5 + "' " + mode + "damaged.mdl . >/dev/null 2>&1";
         int status = system(cmd.c_str());
         bool ok = status != -1 && WIFEXITED(status) &&
                   (WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == 1);
