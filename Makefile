@@ -1,12 +1,18 @@
 # Entry points for a newcomer and for CI:
 #   make demo   set up, build, and run the translator on a bundled example
 #   make check  set up, build, and run the whole test suite, also under the sanitizers
+#   make install    install VARO5 and its manual page under PREFIX (default /usr/local)
+#   make package    build the Debian package varo5_<version>_<arch>.deb in build-pkg/
 BUILD_DIR ?= build
 ASAN_DIR  ?= build-asan
+PKG_DIR   ?= build-pkg
 JOBS      ?= 2
-DEBS      := cmake g++ make libgtest-dev libeigen3-dev nlohmann-json3-dev
+PREFIX    ?= /usr/local
+# groff-base renders the manual page for its test; dpkg-dev and file serve the package.
+DEBS      := cmake g++ make libgtest-dev libeigen3-dev nlohmann-json3-dev groff-base dpkg-dev file
 
-.PHONY: all setup build build-asan demo check test test-asan format clean
+.PHONY: all setup build build-asan build-translator demo check test test-asan install package \
+	format clean
 
 all: build
 
@@ -27,6 +33,11 @@ build: setup
 	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo
 	cmake --build $(BUILD_DIR) -j $(JOBS)
 
+# The translator alone, without the test binaries.
+build-translator: setup
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD_DIR) -j $(JOBS) --target VARO5
+
 build-asan: setup
 	cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DVARO5_SANITIZE=ON
 	cmake --build $(ASAN_DIR) -j $(JOBS)
@@ -35,7 +46,7 @@ DEMO_MODELS ?= examples/pk_oral.mdl examples/pk_population.mdl
 DEMO_OUT    ?= demo-out
 
 # Each example goes into a folder of its own: demo-out/pk_oral/Model.cpp, ...
-demo: build
+demo: build-translator
 	@echo
 	@$(BUILD_DIR)/VARO5 /v
 	@for m in $(DEMO_MODELS); do \
@@ -53,8 +64,18 @@ test-asan: build-asan
 
 check: test test-asan
 
+install: build-translator
+	cmake --install $(BUILD_DIR) --prefix $(PREFIX)
+
+# A build folder of its own without tests, so that cpack builds nothing but the translator.
+package: setup
+	cmake -S . -B $(PKG_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=OFF
+	cmake --build $(PKG_DIR) -j $(JOBS) --target VARO5
+	cd $(PKG_DIR) && cpack -G DEB
+	@ls $(PKG_DIR)/*.deb
+
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD_DIR) $(ASAN_DIR)
+	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(PKG_DIR)
