@@ -22,6 +22,27 @@ enum CGenCodePass {
     PassProcStep = 8,        // in a procedure's Run
 };
 
+// One state member of a trial model: what the integrator or the steady-state search carries.
+enum StateKind {
+    StateInteg,
+    StateUrine,
+    StateHazard,
+    StateDelayInf,
+    StateTransit,
+    StateClosedForm
+};
+
+struct ModelState {
+    StateKind kind;
+    String name;
+    int width; // the stages of a transit chain, 6 for a closed form, else 1
+    N stmt;
+};
+
+// The state members of a model body in statement order, and its closed forms alone.
+std::vector<ModelState> GetModelStates(N const& body);
+std::vector<ModelState> GetClosedForms(N const& body);
+
 // A name the engine may set before a run; ints are converted from the double given.
 struct SettableVar {
     std::string name;
@@ -58,6 +79,22 @@ class CGenCode3 {
     void GenSetSettableVar(std::vector<SettableVar> const& vars);
     void GenCallMain();
 
+    // One model of the script as a class, with its globals and the bodies of its routines.
+    void GenCohortModelClass(N const& model, char const* className);
+    void GenCohortUncertaintyPrologue(NV const& stmts);
+    void GenCohortFixefCode(CGenCodePass pass);
+    void GenCohortRanefCode(CGenCodePass pass);
+    void GenCohortErrorCode(CGenCodePass pass);
+    void GenCohortDistrCode(CGenCodePass pass, NV const& stmts);
+    void GenCohortDistrCode1(CGenCodePass pass, N const& dist, int depth, int index,
+                             NV const& vars);
+    void GenCohortStateListDecls();
+    void GenCohortStateLists();
+    void GenCohortResetIntegrators();
+    void GenCohortLevelRoutines(NV const& stmts);
+    void GenCohortGetRate();
+    void GenCohortEvalRoutines(NV const& stmts);
+
   private:
     bool OpenFiles(char const* sourcePath, char const* headerPath);
     void CloseFiles();
@@ -66,6 +103,81 @@ class CGenCode3 {
     void GenGlobals(NV const& ints, NV const& doubles);
     void GenStaticOverModels(NV const& joins, int code);
     void GenOverInstances(NV const& joins, int code);
+
+    // The model being written: its inputs, the names its class declared, its tables and the
+    // lists of its draws.
+    NV pModelInputs;
+    SV saDeclared;
+    int nDelayTables = 0;
+    int nPeakTables = 0;
+    NV paFixefItems;
+    NV paErrorEntries;
+    NV laRanefGroups;
+    int nIwndf = 0;
+    bool bVcvFixef = false;
+    std::vector<double> daVcv;
+
+    // The class of a model: its member rows and routine declarations.
+    void GenMember(char const* comment, char const* name);
+    void GenModelConstructors(NV const& inputs);
+    void GenCfProperty(char const* name, char const* cf, char const* acc, char const* what,
+                       char const* divisor);
+    void GenCfMembers(N const& s);
+    void GenTransitMembers(N const& s, int stages);
+    void GenParameterMembers(NV const& stmts);
+    void GenStateMembers(NV const& stmts);
+    void GenAssignedMembers(NV const& stmts);
+    void GenModelRoutineDecls();
+    void GenModelClassDecl(N const& model, NV const& stmts);
+
+    // Print, Init and the closed-form routines.
+    void GenModelPrint();
+    void GenModelInit();
+    void GenCfForEach(char const* head, int what);
+    void GenCfCopyState(bool bSet);
+    void GenCfInit();
+    void GenCfReInit();
+    void GenModelSetupRoutines();
+
+    // The draws of fixed effects, random effects and errors.
+    void CheckVcvFixef(N const& vcv);
+    int GetGroupSize(size_t g);
+    void GenVcvFixefArray(int size);
+    void GenFixefClassDecl();
+    void GenFixefStaticDefs();
+    void GenRanefClassDecl(N const& g, int num, int size);
+    void GenFixefDraw();
+    void GenOmegaBase(N const& g, int num);
+    void GenOmegaPrecision(N const& g, int num);
+    void GenWishartDraw(int num, int n);
+    void GenDiagonalOmegaDraw(int num, int n);
+    void GenOmegaDraw(N const& g, int num, int n);
+    void GenEtaDraw(N const& g, int num, int n);
+    double GetErrorUncertainty(size_t e);
+    void GenErrorBase(size_t e, int num);
+    void GenErrorClassDecl(int num, char const* eps);
+    void GenErrorPrecision(size_t e, int num);
+    void GenErrorDraw(size_t e, int num);
+    void GenEpsilonDraw(size_t e, int num);
+
+    // The draws of distrib statements.
+    void GenDrawLine(CGenCodePass pass, N const& d, char const* I, char const* x);
+    void GenNormalDraw(CGenCodePass pass, N const& d, char const* I, char const* x);
+    void GenPlainDraw(CGenCodePass pass, N const& d, char const* I, char const* x);
+    void GenLimitsFailure(CGenCodePass pass, char const* I, std::string const& lo,
+                          std::string const& hi, bool multi);
+    void GenUnivariateDraw(CGenCodePass pass, N const& d, char const* I, char const* x);
+    void GenMultivariateDraw(CGenCodePass pass, N const& d, char const* I, int index,
+                             NV const& vars);
+    void GenCategoryDraw(CGenCodePass pass, N const& d, int depth, int index, NV const& vars);
+    void GenDistribDraw(N const& s);
+
+    // The routines of each level of draws and of evaluation.
+    void GenModelRoutineHead();
+    void GenAssignListLines(NV const& stmts, CNodeType type);
+    void GenLevelRoutine(char const* name, CGenCodePass pass);
+    void GenInitSubject(NV const& stmts);
+    void GenInitObservation();
 };
 
 // iScen, iRep, the global doubles and ints, then each model's inflation factors and the

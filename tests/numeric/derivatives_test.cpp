@@ -239,7 +239,9 @@ TEST(Derivatives, DualPredictionsEqualCentralDifferences) {
                     << c.name << " " << c.reads[j] << " parameter block " << at / block;
             }
         }
-        if (c.derivatives) EXPECT_GT(nonzero, 0) << c.name;
+        if (c.derivatives) {
+            EXPECT_GT(nonzero, 0) << c.name;
+        }
     }
 }
 

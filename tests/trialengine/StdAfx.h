@@ -5,6 +5,8 @@
 
 typedef char const* LPCTSTR;
 typedef int BOOL;
+typedef char TCHAR;
+#define TRUE 1
 
 // The list of names that GetSettableVars fills.
 class CStringArray {

@@ -1,44 +1,12 @@
-// Stand-ins for the classes that the model and procedure generators write: what the frame of
-// cohort.cpp calls on them. The test puts this text into cohort.h ahead of its closing #endif.
-class modelStandIn : public PKPDModel {
-  public:
-    static double FixefInflationFactor, ErrorInflationFactor, RanefInflationFactor;
-    static void InitReplicate();
-    static void InitScenario();
-    static void InitGlobal();
-    void InitSubject();
-    void StartSubject();
-    void StopSubject();
-    void EvalGroup();
-    void EvalAssign();
-    void CF2Advance(double dt);
-    int GetNInteg();
-    void SetInteg(int& zzn, double zzv[]);
-    void GetInteg(int& zzn, double zzv[]);
-    void GetRate(int& zzn, double zzr[]);
-    void SetTimeOfStateCF(double _t);
-    void SetTimeOfGetValCF(double _t);
-    int GetNStateSS();
-    void GetStateSS(int& zzn, double zzv[]);
-    void SetStateSS(int& zzn, double zzv[]);
-};
-
-static double pk_tvV, pk_tvCl, pd_Emax;
-
-class pk : public modelStandIn {
-  public:
-    static double SCALEtvV, DELTAtvV, SCALEtvCl, DELTAtvCl;
-};
-
-class pd : public modelStandIn {
-  public:
-    static double SCALEEmax, DELTAEmax;
-};
-
+// Stand-ins for the classes that the procedure generator writes: what the model classes and
+// the frame of cohort.cpp use of them. The test puts this text into cohort.h ahead of its
+// closing #endif.
 class subject : public StateMachine {
   public:
     double tLastAbsTime;
     double tLastSSTime;
+    double tSubjectStartTime;
+    int iArm, iSub, iPer, iSubpop;
     static void InitReplicate();
     static void InitScenario();
     static void InitGlobal();

@@ -16,6 +16,229 @@
 #include "StateMachine.h"
 #define IN_COHORT
 #include "cohort.h"
+double pk::FixefInflationFactor;
+double pk::ErrorInflationFactor;
+double pk::RanefInflationFactor;
+double pk::tvV;
+double pk::SCALEtvV = 1;
+double pk::DELTAtvV = 0;
+double pk::tvCl;
+double pk::SCALEtvCl = 1;
+double pk::DELTAtvCl = 0;
+void pk::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk\n", nIndent, "");
+}
+void pk::Init(){
+	PKPDModel::Init();
+}
+void pk::CF2Advance(double dt){
+}
+void pk::CF2GetState(double* y){
+}
+void pk::CF2SetState(double* y){
+}
+void pk::SetTimeOfStateCF(double _t){
+}
+void pk::SetTimeOfGetValCF(double _t){
+}
+void pk::CF2Init(double _t){
+}
+void pk::CF2ReInit(double _t){
+	double _state[6*0];
+	CF2Init(_t);
+}
+void pk::GetInteg(int& zzn, double zzv[]){
+	zzv[zzn++] = A1;
+}
+void pk::SetInteg(int& zzn, double zzv[]){
+	A1 = zzv[zzn++];
+}
+int pk::GetNInteg(){
+	int _n = 0;
+	_n++; // A1
+	return _n;
+}
+void pk::GetStateSS(int& zzn, double zzv[]){
+	zzv[zzn++] = A1;
+}
+void pk::SetStateSS(int& zzn, double zzv[]){
+	A1 = zzv[zzn++];
+}
+int pk::GetNStateSS(){
+	int _n = 0;
+	_n++; // A1
+	return _n;
+}
+void pk::ResetIntegrators(){
+	int _i = 0;
+			A1 = 0;
+	A1_rate = 0;
+}
+void pk::GetRate(int& zzn, double zzr[]){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	int _i = 0;
+	zzr[zzn] = (-Cl * A1 / V);
+	zzr[zzn] += A1_rate;
+	zzn++;
+}
+void pk::EvalGroup(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+}
+void pk::EvalAssign(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+}
+void pk::EvalSParms(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	EvalGroup();
+	V = tvV;
+	Cl = tvCl;
+	EvalAssign();
+}
+void pk::InitGlobal(){
+	int bError = 0;
+}
+void pk::InitScenario(){
+	int bError = 0;
+	FixefInflationFactor = 1;
+	ErrorInflationFactor = 1;
+	RanefInflationFactor = 1;
+	SCALEtvV = 1;
+	DELTAtvV = 0;
+	SCALEtvCl = 1;
+	DELTAtvCl = 0;
+}
+void pk::InitReplicate(){
+	int bError = 0;
+	double _a[2+1]; // random vector
+	memset(_a, 0, sizeof(_a));
+	// set replicate fixed effects from base value and uncertainty
+	tvV = (pk_tvV + _a[0]) * SCALEtvV + DELTAtvV;
+	_rec_fixef(iScen, iRep, "pk_tvV", tvV, "");
+	tvCl = (pk_tvCl + _a[1]) * SCALEtvCl + DELTAtvCl;
+	_rec_fixef(iScen, iRep, "pk_tvCl", tvCl, "");
+}
+void pk::InitSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+	int _i = 0;
+	int _itemp = 0;
+	double _temp = 0;
+	double _temp2 = 0;
+	TCHAR sFileCell[512];
+	ResetIntegrators();
+}
+void pk::InitObservation(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+}
+double pd::FixefInflationFactor;
+double pd::ErrorInflationFactor;
+double pd::RanefInflationFactor;
+double pd::Emax;
+double pd::SCALEEmax = 1;
+double pd::DELTAEmax = 0;
+void pd::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spd\n", nIndent, "");
+}
+void pd::Init(){
+	PKPDModel::Init();
+}
+void pd::CF2Advance(double dt){
+}
+void pd::CF2GetState(double* y){
+}
+void pd::CF2SetState(double* y){
+}
+void pd::SetTimeOfStateCF(double _t){
+}
+void pd::SetTimeOfGetValCF(double _t){
+}
+void pd::CF2Init(double _t){
+}
+void pd::CF2ReInit(double _t){
+	double _state[6*0];
+	CF2Init(_t);
+}
+void pd::GetInteg(int& zzn, double zzv[]){
+}
+void pd::SetInteg(int& zzn, double zzv[]){
+}
+int pd::GetNInteg(){
+	int _n = 0;
+	return _n;
+}
+void pd::GetStateSS(int& zzn, double zzv[]){
+}
+void pd::SetStateSS(int& zzn, double zzv[]){
+}
+int pd::GetNStateSS(){
+	int _n = 0;
+	return _n;
+}
+void pd::ResetIntegrators(){
+	int _i = 0;
+}
+void pd::GetRate(int& zzn, double zzr[]){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& C = *_pC;
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	int _i = 0;
+}
+void pd::EvalGroup(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& C = *_pC;
+}
+void pd::EvalAssign(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& C = *_pC;
+	E = Emax * C;
+}
+void pd::EvalSParms(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& C = *_pC;
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	EvalGroup();
+	EvalAssign();
+}
+void pd::InitGlobal(){
+	int bError = 0;
+}
+void pd::InitScenario(){
+	int bError = 0;
+	FixefInflationFactor = 1;
+	ErrorInflationFactor = 1;
+	RanefInflationFactor = 1;
+	SCALEEmax = 1;
+	DELTAEmax = 0;
+}
+void pd::InitReplicate(){
+	int bError = 0;
+	double _a[1+1]; // random vector
+	memset(_a, 0, sizeof(_a));
+	// set replicate fixed effects from base value and uncertainty
+	Emax = (pd_Emax + _a[0]) * SCALEEmax + DELTAEmax;
+	_rec_fixef(iScen, iRep, "pd_Emax", Emax, "");
+}
+void pd::InitSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& C = *_pC;
+	int _i = 0;
+	int _itemp = 0;
+	double _temp = 0;
+	double _temp2 = 0;
+	TCHAR sFileCell[512];
+	ResetIntegrators();
+}
+void pd::InitObservation(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& C = *_pC;
+}
 extern void InitReplicate();
 void InitReplicate(){subject::InitReplicate();}
 void subject::InitReplicate(){

@@ -36,4 +36,93 @@ public:
 	double y3[MAXSSVEC];
 };
 class subject;
+DECLARE_GLOBAL_SCALAR(double,pk_tvV,10);
+DECLARE_GLOBAL_SCALAR(double,pk_tvCl,1);
+class pk : public PKPDModel {public:;
+	virtual int GetType(){return 0;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk() : _sInstance(0L), _pSubj(0L) {Init();}
+	pk(LPCTSTR _s, subject* __psub, double *__pCin) : _sInstance(_s), _pSubj(__psub), _pCin(__pCin){Init();}
+	double *_pCin;
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	static double tvV;	// fixed effect
+	static double SCALEtvV;	// fixed effect
+	static double DELTAtvV;	// fixed effect
+	static double tvCl;	// fixed effect
+	static double SCALEtvCl;	// fixed effect
+	static double DELTAtvCl;	// fixed effect
+	double V;	// structural
+	double Cl;	// structural
+	double A1;	// integrator
+	double A1_rate;	// infusion rate
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+DECLARE_GLOBAL_SCALAR(double,pd_Emax,100);
+class pd : public PKPDModel {public:;
+	virtual int GetType(){return 1;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pd() : _sInstance(0L), _pSubj(0L) {Init();}
+	pd(LPCTSTR _s, subject* __psub, double *__pC) : _sInstance(_s), _pSubj(__psub), _pC(__pC){Init();}
+	double *_pC;
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	static double Emax;	// fixed effect
+	static double SCALEEmax;	// fixed effect
+	static double DELTAEmax;	// fixed effect
+	double E;	// assigned
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
 #endif // COHORT_H_INCLUDED

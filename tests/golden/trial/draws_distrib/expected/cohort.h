@@ -1,0 +1,95 @@
+// cohort.h
+#ifndef COHORT_H_INCLUDED
+#define COHORT_H_INCLUDED
+#ifdef IN_COHORT
+	#define DECLARE_GLOBAL_SCALAR(typ,nm,val) typ nm = val
+	#define DECLARE_GLOBAL_VECTOR(typ,nm,siz) typ nm[siz]
+	int _i;
+#else
+	#define DECLARE_GLOBAL_SCALAR(typ,nm,val) extern typ nm
+	#define DECLARE_GLOBAL_VECTOR(typ,nm,siz) extern typ nm[siz]
+	extern int _i;
+#endif
+#include "math.h"
+#include "StateMachine.h"
+#include "DataReader.h"
+
+#define DISP0 ;
+#define DISP1 if (iState==1) goto L1; else DISP0
+#define DISP2 if (iState==2) goto L2; else DISP1
+DECLARE_GLOBAL_SCALAR(int,iScen,0);
+DECLARE_GLOBAL_SCALAR(int,iRep,0);
+#define MAXSSVEC 1000
+class ssState {
+public:
+	int iState;
+	int j, n;
+	bool bTrySimpleWay;
+	double dy01, dy1z, dy02;
+	double zvec[MAXSSVEC];
+	double y0[MAXSSVEC];
+	double y1[MAXSSVEC];
+	double y2[MAXSSVEC];
+	double y3[MAXSSVEC];
+};
+class subject;
+class pk : public PKPDModel {public:;
+	virtual int GetType(){return 0;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk() : _sInstance(0L), _pSubj(0L) {Init();}
+	pk(LPCTSTR _s, subject* __psub) : _sInstance(_s), _pSubj(__psub){Init();}
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	double n1;
+	double n2;
+	double n3;
+	double st;
+	double l1;
+	double l2;
+	double l3;
+	double be;
+	double bm;
+	double bi;
+	double cs;
+	double co;
+	double ex;
+	double ga;
+	double ig;
+	double lg;
+	double nb;
+	double po;
+	double un;
+	double we;
+	double sex;
+	double wt;
+	double h;
+	double g;
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+#endif // COHORT_H_INCLUDED

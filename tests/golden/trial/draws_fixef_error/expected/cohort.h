@@ -1,0 +1,158 @@
+// cohort.h
+#ifndef COHORT_H_INCLUDED
+#define COHORT_H_INCLUDED
+#ifdef IN_COHORT
+	#define DECLARE_GLOBAL_SCALAR(typ,nm,val) typ nm = val
+	#define DECLARE_GLOBAL_VECTOR(typ,nm,siz) typ nm[siz]
+	int _i;
+#else
+	#define DECLARE_GLOBAL_SCALAR(typ,nm,val) extern typ nm
+	#define DECLARE_GLOBAL_VECTOR(typ,nm,siz) extern typ nm[siz]
+	extern int _i;
+#endif
+#include "math.h"
+#include "StateMachine.h"
+#include "DataReader.h"
+
+#define DISP0 ;
+#define DISP1 if (iState==1) goto L1; else DISP0
+#define DISP2 if (iState==2) goto L2; else DISP1
+DECLARE_GLOBAL_SCALAR(int,iScen,0);
+DECLARE_GLOBAL_SCALAR(int,iRep,0);
+#define MAXSSVEC 1000
+class ssState {
+public:
+	int iState;
+	int j, n;
+	bool bTrySimpleWay;
+	double dy01, dy1z, dy02;
+	double zvec[MAXSSVEC];
+	double y0[MAXSSVEC];
+	double y1[MAXSSVEC];
+	double y2[MAXSSVEC];
+	double y3[MAXSSVEC];
+};
+class subject;
+DECLARE_GLOBAL_SCALAR(double,pk_tvCl,2);
+DECLARE_GLOBAL_SCALAR(double,pk_tvK,0);
+#ifndef IN_COHORT
+	double pk_vcvFixef[3] = {
+1, 0.5, 2, 
+	};
+#else
+	extern double pk_vcvFixef[3];
+#endif
+DECLARE_GLOBAL_VECTOR(double,pk_vcvFixefHalf,3);
+	double pk_ErrVar1[1] = {0.25};	// diagonal base ErrVar matrix, note that we're writing variance, not SD
+DECLARE_GLOBAL_VECTOR(int,pk_nErrVarDF1,1);
+	double pk_vcv1Error[1] = {0.25};
+DECLARE_GLOBAL_VECTOR(double,pk_ErrVar1Prec,1);
+DECLARE_GLOBAL_VECTOR(double,pk_ErrVar1Prch,1);
+DECLARE_GLOBAL_VECTOR(double,pk_ErrVar1Inverse,1);
+class pk : public PKPDModel {public:;
+	virtual int GetType(){return 0;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk() : _sInstance(0L), _pSubj(0L) {Init();}
+	pk(LPCTSTR _s, subject* __psub) : _sInstance(_s), _pSubj(__psub){Init();}
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	static double tvCl;	// fixed effect
+	static double SCALEtvCl;	// fixed effect
+	static double DELTAtvCl;	// fixed effect
+	static double tvK;	// fixed effect
+	static double SCALEtvK;	// fixed effect
+	static double DELTAtvK;	// fixed effect
+	static double ErrVar1[1];	// replicate ErrVar matrix
+	static double ErrVarHalf1[1];
+	double eps1;	// epsilon variable
+	double Cl;	// structural
+	double A1;	// integrator
+	double A1_rate;	// infusion rate
+	double C;	// assigned
+	double E;	// assigned
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+DECLARE_GLOBAL_SCALAR(double,pd_Emax,100);
+#ifndef IN_COHORT
+	double pd_vcvFixef[1] = {
+4, 
+	};
+#else
+	extern double pd_vcvFixef[1];
+#endif
+DECLARE_GLOBAL_VECTOR(double,pd_vcvFixefHalf,1);
+	double pd_ErrVar1[1] = {9};	// diagonal base ErrVar matrix, note that we're writing variance, not SD
+DECLARE_GLOBAL_VECTOR(int,pd_nErrVarDF1,1);
+	double pd_vcv1Error[1] = {0};
+DECLARE_GLOBAL_VECTOR(double,pd_ErrVar1Prec,1);
+DECLARE_GLOBAL_VECTOR(double,pd_ErrVar1Prch,1);
+DECLARE_GLOBAL_VECTOR(double,pd_ErrVar1Inverse,1);
+class pd : public PKPDModel {public:;
+	virtual int GetType(){return 1;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pd() : _sInstance(0L), _pSubj(0L) {Init();}
+	pd(LPCTSTR _s, subject* __psub) : _sInstance(_s), _pSubj(__psub){Init();}
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	static double Emax;	// fixed effect
+	static double SCALEEmax;	// fixed effect
+	static double DELTAEmax;	// fixed effect
+	static double ErrVar1[1];	// replicate ErrVar matrix
+	static double ErrVarHalf1[1];
+	double eps2;	// epsilon variable
+	double R;	// assigned
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+#endif // COHORT_H_INCLUDED

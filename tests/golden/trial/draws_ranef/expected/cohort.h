@@ -1,0 +1,181 @@
+// cohort.h
+#ifndef COHORT_H_INCLUDED
+#define COHORT_H_INCLUDED
+#ifdef IN_COHORT
+	#define DECLARE_GLOBAL_SCALAR(typ,nm,val) typ nm = val
+	#define DECLARE_GLOBAL_VECTOR(typ,nm,siz) typ nm[siz]
+	int _i;
+#else
+	#define DECLARE_GLOBAL_SCALAR(typ,nm,val) extern typ nm
+	#define DECLARE_GLOBAL_VECTOR(typ,nm,siz) extern typ nm[siz]
+	extern int _i;
+#endif
+#include "math.h"
+#include "StateMachine.h"
+#include "DataReader.h"
+
+#define DISP0 ;
+#define DISP1 if (iState==1) goto L1; else DISP0
+#define DISP2 if (iState==2) goto L2; else DISP1
+DECLARE_GLOBAL_SCALAR(int,iScen,0);
+DECLARE_GLOBAL_SCALAR(int,iRep,0);
+#define MAXSSVEC 1000
+class ssState {
+public:
+	int iState;
+	int j, n;
+	bool bTrySimpleWay;
+	double dy01, dy1z, dy02;
+	double zvec[MAXSSVEC];
+	double y0[MAXSSVEC];
+	double y1[MAXSSVEC];
+	double y2[MAXSSVEC];
+	double y3[MAXSSVEC];
+};
+class subject;
+DECLARE_GLOBAL_SCALAR(double,pk_tvCl,1);
+DECLARE_GLOBAL_SCALAR(double,pk_tvV,2);
+#ifndef IN_COHORT
+	double pk_vcvFixef[3] = {
+0.5, 0, 0.25, 
+	};
+#else
+	extern double pk_vcvFixef[3];
+#endif
+DECLARE_GLOBAL_VECTOR(double,pk_vcvFixefHalf,3);
+#ifndef IN_COHORT
+	double pk_omega1[3]={0.1, 0, 0.2, };	// diagonal base omega matrix
+#else
+	extern double pk_omega1[3];
+#endif
+DECLARE_GLOBAL_VECTOR(double,pk_omega1Prec,3);
+DECLARE_GLOBAL_VECTOR(double,pk_omega1Prch,3);
+DECLARE_GLOBAL_VECTOR(double,pk_work1Vec,3);
+DECLARE_GLOBAL_VECTOR(double,pk_work1Vecsq,3);
+DECLARE_GLOBAL_VECTOR(double,pk_omega1Inverse,3);
+#ifndef IN_COHORT
+	double pk_omega2[3] = {	// base omega matrix
+0.3, 0.01, 0.4, 
+	};
+#else
+	extern double pk_omega2[3];
+#endif
+DECLARE_GLOBAL_VECTOR(double,pk_omega2Prec,3);
+DECLARE_GLOBAL_VECTOR(double,pk_omega2Prch,3);
+DECLARE_GLOBAL_VECTOR(double,pk_work2Vec,3);
+DECLARE_GLOBAL_VECTOR(double,pk_work2Vecsq,3);
+DECLARE_GLOBAL_VECTOR(double,pk_omega2Inverse,3);
+DECLARE_GLOBAL_SCALAR(int,pk_nDFOmega,10);
+class pk : public PKPDModel {public:;
+	virtual int GetType(){return 0;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk() : _sInstance(0L), _pSubj(0L) {Init();}
+	pk(LPCTSTR _s, subject* __psub) : _sInstance(_s), _pSubj(__psub){Init();}
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	static double tvCl;	// fixed effect
+	static double SCALEtvCl;	// fixed effect
+	static double DELTAtvCl;	// fixed effect
+	static double tvV;	// fixed effect
+	static double SCALEtvV;	// fixed effect
+	static double DELTAtvV;	// fixed effect
+	static double omega1[3];	// replicate omega matrix
+	static double omegaHalf1[3];
+	double nCl;	// random effect variable
+	double nV;	// random effect variable
+	static double omega2[3];	// replicate omega matrix
+	static double omegaHalf2[3];
+	double b1;	// random effect variable
+	double b2;	// random effect variable
+	static double omega3[3];	// replicate omega matrix
+	static double omegaHalf3[3];
+	double b3;	// random effect variable
+	double b4;	// random effect variable
+	double Cl;	// structural
+	double A1;	// integrator
+	double A1_rate;	// infusion rate
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+DECLARE_GLOBAL_SCALAR(double,pd_Emax,100);
+#ifndef IN_COHORT
+	double pd_omega1[1] = {	// base omega matrix
+0.5, 
+	};
+#else
+	extern double pd_omega1[1];
+#endif
+DECLARE_GLOBAL_VECTOR(double,pd_omega1Prec,1);
+DECLARE_GLOBAL_VECTOR(double,pd_omega1Prch,1);
+DECLARE_GLOBAL_VECTOR(double,pd_work1Vec,1);
+DECLARE_GLOBAL_VECTOR(double,pd_work1Vecsq,1);
+DECLARE_GLOBAL_VECTOR(double,pd_omega1Inverse,1);
+DECLARE_GLOBAL_SCALAR(int,pd_nDFOmega,0);
+class pd : public PKPDModel {public:;
+	virtual int GetType(){return 1;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pd() : _sInstance(0L), _pSubj(0L) {Init();}
+	pd(LPCTSTR _s, subject* __psub) : _sInstance(_s), _pSubj(__psub){Init();}
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	static double Emax;	// fixed effect
+	static double SCALEEmax;	// fixed effect
+	static double DELTAEmax;	// fixed effect
+	static double omega1[1];	// replicate omega matrix
+	static double omegaHalf1[1];
+	double nE;	// random effect variable
+	double E;	// assigned
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+#endif // COHORT_H_INCLUDED

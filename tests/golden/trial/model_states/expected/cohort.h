@@ -1,0 +1,119 @@
+// cohort.h
+#ifndef COHORT_H_INCLUDED
+#define COHORT_H_INCLUDED
+#ifdef IN_COHORT
+	#define DECLARE_GLOBAL_SCALAR(typ,nm,val) typ nm = val
+	#define DECLARE_GLOBAL_VECTOR(typ,nm,siz) typ nm[siz]
+	int _i;
+#else
+	#define DECLARE_GLOBAL_SCALAR(typ,nm,val) extern typ nm
+	#define DECLARE_GLOBAL_VECTOR(typ,nm,siz) extern typ nm[siz]
+	extern int _i;
+#endif
+#include "math.h"
+#include "StateMachine.h"
+#include "DataReader.h"
+
+#define DISP0 ;
+#define DISP1 if (iState==1) goto L1; else DISP0
+#define DISP2 if (iState==2) goto L2; else DISP1
+DECLARE_GLOBAL_SCALAR(int,iScen,0);
+DECLARE_GLOBAL_SCALAR(int,iRep,0);
+#define MAXSSVEC 1000
+class ssState {
+public:
+	int iState;
+	int j, n;
+	bool bTrySimpleWay;
+	double dy01, dy1z, dy02;
+	double zvec[MAXSSVEC];
+	double y0[MAXSSVEC];
+	double y1[MAXSSVEC];
+	double y2[MAXSSVEC];
+	double y3[MAXSSVEC];
+};
+class subject;
+class pk : public PKPDModel {public:;
+	virtual int GetType(){return 0;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk() : _sInstance(0L), _pSubj(0L) {Init();}
+	pk(LPCTSTR _s, subject* __psub) : _sInstance(_s), _pSubj(__psub){Init();}
+	DelayTable _delayTable_0;
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	double k;	// structural
+	double k2;	// structural
+	double ka;	// structural
+	double mtt;	// structural
+	double ntr;	// structural
+	double kt;	// structural
+	double mdel;	// structural
+	double sdel;	// structural
+	double h1;	// structural
+	double h2;	// structural
+	double A1;	// integrator
+	double A1_rate;	// infusion rate
+	double U;	// urine integrator
+	double U_rate;	// infusion rate
+	double _ht_ev;	// event/count integrator
+	double _ht_n;	// event/count integrator
+	double _dt_ev;	// event repeat time
+	double D;	// integrator
+	double D_rate;	// transit2 infusion rate
+	double T_rate;	// infusion rate into dosing compartment
+	double zzK_T;	// rate between compartments
+	double zzN_T;	// current number of compartments
+	double zzMTT_T;	// current mean transit time
+	double zzI_T;	// current compartment to receive dose
+	double zzF_T;	// fractional part of N
+	// compartments in transit chain
+	double T;	// last compartment in chain
+	double zzX_T;	// second to last compartment in chain
+	double zzY_T[3];	// compartments 0-2 ahead of X
+	void SetTransit_T(double _v){T = zzX_T = _v; for (int _i = 0; _i < 3; _i++) zzY_T[_i] = _v;}
+	Ccf2machine _cf_A2;
+	double _Get_A2(){return _cf_A2.GetVal1();}
+	void   _Set_A2(const double& _v){_cf_A2.SetVal1(_v);}
+	void   _Add_A2(const double& _v){_cf_A2.AddVal1(_v);}
+	Property<pk, double, &pk::_Get_A2, &pk::_Set_A2, &pk::_Add_A2> A2;
+	double _GetRate_A2(){return _cf_A2.GetRate1();}
+	void   _SetRate_A2(const double& _v){_cf_A2.SetRate1(_v);}
+	void   _AddRate_A2(const double& _v){_cf_A2.AddRate1(_v);}
+	Property<pk, double, &pk::_GetRate_A2, &pk::_SetRate_A2, &pk::_AddRate_A2> A2_rate;
+	double _Get_Aa(){return _cf_A2.GetValA();}
+	void   _Set_Aa(const double& _v){_cf_A2.SetValA(_v);}
+	void   _Add_Aa(const double& _v){_cf_A2.AddValA(_v);}
+	Property<pk, double, &pk::_Get_Aa, &pk::_Set_Aa, &pk::_Add_Aa> Aa;
+	double _GetRate_Aa(){return _cf_A2.GetRateA();}
+	void   _SetRate_Aa(const double& _v){_cf_A2.SetRateA(_v);}
+	void   _AddRate_Aa(const double& _v){_cf_A2.AddRateA(_v);}
+	Property<pk, double, &pk::_GetRate_Aa, &pk::_SetRate_Aa, &pk::_AddRate_Aa> Aa_rate;
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+#endif // COHORT_H_INCLUDED

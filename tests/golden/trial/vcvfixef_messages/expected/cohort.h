@@ -1,0 +1,235 @@
+// cohort.h
+#ifndef COHORT_H_INCLUDED
+#define COHORT_H_INCLUDED
+#ifdef IN_COHORT
+	#define DECLARE_GLOBAL_SCALAR(typ,nm,val) typ nm = val
+	#define DECLARE_GLOBAL_VECTOR(typ,nm,siz) typ nm[siz]
+	int _i;
+#else
+	#define DECLARE_GLOBAL_SCALAR(typ,nm,val) extern typ nm
+	#define DECLARE_GLOBAL_VECTOR(typ,nm,siz) extern typ nm[siz]
+	extern int _i;
+#endif
+#include "math.h"
+#include "StateMachine.h"
+#include "DataReader.h"
+
+#define DISP0 ;
+#define DISP1 if (iState==1) goto L1; else DISP0
+#define DISP2 if (iState==2) goto L2; else DISP1
+DECLARE_GLOBAL_SCALAR(int,iScen,0);
+DECLARE_GLOBAL_SCALAR(int,iRep,0);
+#define MAXSSVEC 1000
+class ssState {
+public:
+	int iState;
+	int j, n;
+	bool bTrySimpleWay;
+	double dy01, dy1z, dy02;
+	double zvec[MAXSSVEC];
+	double y0[MAXSSVEC];
+	double y1[MAXSSVEC];
+	double y2[MAXSSVEC];
+	double y3[MAXSSVEC];
+};
+class subject;
+DECLARE_GLOBAL_SCALAR(double,m1_a,1);
+DECLARE_GLOBAL_SCALAR(double,m1_b,1);
+DECLARE_GLOBAL_SCALAR(double,m1_c,1);
+class m1 : public PKPDModel {public:;
+	virtual int GetType(){return 0;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	m1() : _sInstance(0L), _pSubj(0L) {Init();}
+	m1(LPCTSTR _s, subject* __psub) : _sInstance(_s), _pSubj(__psub){Init();}
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	static double a;	// fixed effect
+	static double SCALEa;	// fixed effect
+	static double DELTAa;	// fixed effect
+	static double b;	// fixed effect
+	static double SCALEb;	// fixed effect
+	static double DELTAb;	// fixed effect
+	static double c;	// fixed effect
+	static double SCALEc;	// fixed effect
+	static double DELTAc;	// fixed effect
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+DECLARE_GLOBAL_SCALAR(double,m2_a,1);
+DECLARE_GLOBAL_SCALAR(double,m2_b,1);
+	double m2_ErrVar1[1] = {1};	// diagonal base ErrVar matrix, note that we're writing variance, not SD
+DECLARE_GLOBAL_VECTOR(int,m2_nErrVarDF1,1);
+	double m2_vcv1Error[1] = {0};
+DECLARE_GLOBAL_VECTOR(double,m2_ErrVar1Prec,1);
+DECLARE_GLOBAL_VECTOR(double,m2_ErrVar1Prch,1);
+DECLARE_GLOBAL_VECTOR(double,m2_ErrVar1Inverse,1);
+	double m2_ErrVar2[1] = {1};	// diagonal base ErrVar matrix, note that we're writing variance, not SD
+DECLARE_GLOBAL_VECTOR(int,m2_nErrVarDF2,1);
+	double m2_vcv2Error[1] = {0};
+DECLARE_GLOBAL_VECTOR(double,m2_ErrVar2Prec,1);
+DECLARE_GLOBAL_VECTOR(double,m2_ErrVar2Prch,1);
+DECLARE_GLOBAL_VECTOR(double,m2_ErrVar2Inverse,1);
+class m2 : public PKPDModel {public:;
+	virtual int GetType(){return 1;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	m2() : _sInstance(0L), _pSubj(0L) {Init();}
+	m2(LPCTSTR _s, subject* __psub) : _sInstance(_s), _pSubj(__psub){Init();}
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	static double a;	// fixed effect
+	static double SCALEa;	// fixed effect
+	static double DELTAa;	// fixed effect
+	static double b;	// fixed effect
+	static double SCALEb;	// fixed effect
+	static double DELTAb;	// fixed effect
+	static double ErrVar1[1];	// replicate ErrVar matrix
+	static double ErrVarHalf1[1];
+	double e1;	// epsilon variable
+	static double ErrVar2[1];	// replicate ErrVar matrix
+	static double ErrVarHalf2[1];
+	double e2;	// epsilon variable
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+DECLARE_GLOBAL_SCALAR(double,m3_a,1);
+DECLARE_GLOBAL_SCALAR(double,m3_b,1);
+class m3 : public PKPDModel {public:;
+	virtual int GetType(){return 2;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	m3() : _sInstance(0L), _pSubj(0L) {Init();}
+	m3(LPCTSTR _s, subject* __psub) : _sInstance(_s), _pSubj(__psub){Init();}
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	static double a;	// fixed effect
+	static double SCALEa;	// fixed effect
+	static double DELTAa;	// fixed effect
+	static double b;	// fixed effect
+	static double SCALEb;	// fixed effect
+	static double DELTAb;	// fixed effect
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+DECLARE_GLOBAL_SCALAR(double,m4_a,1);
+	double m4_ErrVar1[1] = {1};	// diagonal base ErrVar matrix, note that we're writing variance, not SD
+DECLARE_GLOBAL_VECTOR(int,m4_nErrVarDF1,1);
+	double m4_vcv1Error[1] = {0};
+DECLARE_GLOBAL_VECTOR(double,m4_ErrVar1Prec,1);
+DECLARE_GLOBAL_VECTOR(double,m4_ErrVar1Prch,1);
+DECLARE_GLOBAL_VECTOR(double,m4_ErrVar1Inverse,1);
+class m4 : public PKPDModel {public:;
+	virtual int GetType(){return 3;}
+	LPCTSTR _sInstance;
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	m4() : _sInstance(0L), _pSubj(0L) {Init();}
+	m4(LPCTSTR _s, subject* __psub) : _sInstance(_s), _pSubj(__psub){Init();}
+	static double FixefInflationFactor;
+	static double ErrorInflationFactor;
+	static double RanefInflationFactor;
+	static double a;	// fixed effect
+	static double SCALEa;	// fixed effect
+	static double DELTAa;	// fixed effect
+	static double ErrVar1[1];	// replicate ErrVar matrix
+	static double ErrVarHalf1[1];
+	double e;	// epsilon variable
+	void Init();
+	virtual void CF2Advance(double dt);
+	virtual void CF2GetState(double* y);
+	virtual void CF2SetState(double* y);
+	virtual void SetTimeOfStateCF(double _t);
+	virtual void SetTimeOfGetValCF(double _t);
+	void CF2Init(double _t);
+	void CF2ReInit(double _t);
+	int GetNInteg();
+	void GetInteg(int& zzn, double zzv[]);
+	void SetInteg(int& zzn, double zzv[]);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void ResetIntegrators();
+	virtual void GetRate(int& zzn, double zzr[]);
+	virtual void EvalGroup();
+	virtual void EvalAssign();
+	virtual void EvalSParms();
+	static void InitGlobal();
+	static void InitScenario();
+	static void InitReplicate();
+	virtual void InitSubject();
+	void InitObservation();
+};
+#endif // COHORT_H_INCLUDED
