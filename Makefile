@@ -11,8 +11,8 @@ PREFIX    ?= /usr/local
 # groff-base renders the manual page for its test; dpkg-dev and file serve the package.
 DEBS      := cmake g++ make libgtest-dev libeigen3-dev nlohmann-json3-dev groff-base dpkg-dev file
 
-.PHONY: all setup build build-asan build-translator demo check test test-asan install package \
-	format clean
+.PHONY: all setup build build-asan build-translator demo check bench test test-asan install \
+	package format clean
 
 all: build
 
@@ -63,6 +63,11 @@ test-asan: build-asan
 	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=0 ctest --output-on-failure -j $(JOBS)
 
 check: test test-asan
+
+# Translates synthetic chain models of 10 to 3,000 compartments and prints the table of
+# time, memory and output size beside g++ -fsyntax-only; the outputs stay in bench-out/.
+bench: build-translator
+	tests/tools/bench.sh $(BUILD_DIR)/VARO5 bench-out
 
 install: build-translator
 	cmake --install $(BUILD_DIR) --prefix $(PREFIX)

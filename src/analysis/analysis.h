@@ -9,6 +9,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 extern std::set<std::string> force_dual;
@@ -106,10 +107,52 @@ void CountSetTransit2(N const& node, int& count, NV& nodes, NV& hist);
 // Filled by CollectDependencyChains, kept for the whole run. `recursiveDeps` is declared in
 // expr/expr.h, since the expression engine reads it.
 
+// Dependency sets as rows of bits over a sorted table of names, one layer per fill; a name
+// "has an entry" when its set is not empty. A set made on another reads that one's columns,
+// so that the inverse sets cost nothing to build (dep_sets.cpp).
+class DepSets {
+  public:
+    typedef std::vector<std::vector<uint64_t>> Masks; // a row of bits per layer
+
+    explicit DepSets(DepSets const* transposeOf = nullptr) : of(transposeOf) {}
+
+    // Adds a layer: row i of 'bits', 'words' long, holds the set of 'names[i]'.
+    void Add(std::vector<std::string> const& names, std::vector<uint64_t> bits, size_t words);
+    void clear();
+    size_t count(std::string const& name) const; // 1 when the set of 'name' is not empty
+    size_t size() const;                         // the names whose set is not empty
+    std::set<std::string> Get(std::string const& name) const;
+    Masks MaskOf(std::set<std::string> const& names) const;
+    // Whether the set of 'name' holds a name of 'masks'.
+    bool Meets(std::string const& name, Masks const& masks) const;
+    // The names of 'start' in the set of a name outside 'start', and those names.
+    std::set<std::string> UsedFrom(std::set<std::string> const& start) const;
+
+  private:
+    struct Layer {
+        std::vector<std::string> names;
+        std::unordered_map<std::string, size_t> index;
+        std::vector<uint64_t> bits;
+        size_t words = 0;
+
+        uint64_t const* Row(size_t i) const { return &bits[i * words]; }
+
+        bool Test(size_t i, size_t j) const { return (Row(i)[j / 64] >> (j % 64)) & 1; }
+    };
+
+    std::vector<Layer> const& Layers() const { return of ? of->layers : layers; }
+
+    static uint64_t const* Row(Layer const& layer, std::string const& name);
+    std::set<std::string> Column(Layer const& layer, std::string const& name) const;
+
+    DepSets const* of;
+    std::vector<Layer> layers;
+};
+
 // For a name: everything it depends on, directly or not.
-extern std::map<std::string, std::set<std::string>> fwdDeps;
+extern DepSets fwdDeps;
 // For a name: everything that depends on it, directly or not.
-extern std::map<std::string, std::set<std::string>> invDeps;
+extern DepSets invDeps;
 // Names of the statements that define the model's outputs; "" stands for a sequence.
 extern std::set<std::string> usedChainStarters;
 // Everything that the chain starters need.

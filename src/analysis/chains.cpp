@@ -10,8 +10,6 @@
 #include <iterator>
 
 std::set<std::string> recursiveDeps;
-std::map<std::string, std::set<std::string>> fwdDeps;
-std::map<std::string, std::set<std::string>> invDeps;
 std::set<std::string> usedChainStarters;
 std::set<std::string> usedVars;
 
@@ -166,6 +164,8 @@ class BitMatrix {
 
     uint64_t const* Row(size_t i) const { return &bits[i * words]; }
 
+    std::vector<uint64_t> const& Bits() const { return bits; }
+
     bool Test(size_t i, size_t j) const { return (Row(i)[j / 64] >> (j % 64)) & 1; }
 
     void Set(size_t i, size_t j) { Row(i)[j / 64] |= uint64_t(1) << (j % 64); }
@@ -312,27 +312,25 @@ static void NoteRecursive(std::vector<std::string> const& names, BitMatrix& m) {
     }
 }
 
-// Fills `fwdDeps` and `invDeps` from the closed matrix. Map entries are made only for names
-// that have a dependency or a dependent.
+// Adds the closed matrix to `fwdDeps`, which `invDeps` reads by column. A name has an entry
+// only when it has a dependency or a dependent.
 static void FillDepMaps(std::vector<std::string> const& names, BitMatrix const& m) {
-    std::vector<std::set<std::string>*> inv(names.size(), nullptr);
-    for (size_t i = 0; i < names.size(); i++) {
-        std::set<std::string>* fwd = nullptr;
-        m.ForEachInRow(i, [&](size_t j) {
-            if (!fwd) fwd = &fwdDeps[names[i]];
-            if (!inv[j]) inv[j] = &invDeps[names[j]];
-            fwd->insert(fwd->end(), names[j]); // columns come in sorted order
-            inv[j]->insert(inv[j]->end(), names[i]);
-        });
-    }
+    fwdDeps.Add(names, m.Bits(), m.Words());
 }
 
-// Everything the chain starters depend on, the starters themselves only through another.
+// Everything the chain starters depend on, the starters themselves only through another: the
+// union of their rows, read out once.
 static void FillUsedVars(std::vector<std::string> const& names, BitMatrix const& m) {
+    std::vector<uint64_t> rows(m.Words(), 0);
     for (std::string const& starter : usedChainStarters) {
         if (!std::binary_search(names.begin(), names.end(), starter)) continue;
-        m.ForEachInRow(IndexOf(names, starter), [&](size_t j) { usedVars.insert(names[j]); });
+        uint64_t const* row = m.Row(IndexOf(names, starter));
+        for (size_t w = 0; w < rows.size(); w++)
+            rows[w] |= row[w];
     }
+    for (size_t w = 0; w < rows.size(); w++)
+        for (uint64_t x = rows[w]; x; x &= x - 1)
+            usedVars.insert(names[w * 64 + size_t(__builtin_ctzll(x))]);
 }
 
 // Builds the chains of the statements under 'body' and from them fills `fwdDeps`,
@@ -355,33 +353,18 @@ void CollectDependencyChains(N const& body) {
 // Appends to 'out' each name of 'names' that depends, directly or not, on a name of
 // 'starters'.
 void CollectDependentParams(SV const& names, SV const& starters, SV& out) {
-    for (String const& name : names) {
-        auto deps = fwdDeps.find(std::string(name));
-        if (deps == fwdDeps.end()) continue;
-        for (String const& starter : starters) {
-            if (!deps->second.count(std::string(starter))) continue;
-            out.push_back(name);
-            break;
-        }
-    }
+    DepSets::Masks const mask =
+        fwdDeps.MaskOf(std::set<std::string>(starters.begin(), starters.end()));
+    for (String const& name : names)
+        if (fwdDeps.Meets(std::string(name), mask)) out.push_back(name);
 }
 
 // Replaces 'used' by the names of 'starts' that something outside 'starts' depends on,
 // together with those dependents, in sorted order. A parameter that only feeds another
 // starting name does not count as used by that path.
 void CollectUsedVars(SV const& starts, SV& used) {
-    std::set<std::string> const start(starts.begin(), starts.end());
-    std::set<std::string> result;
-    for (std::string const& s : start) {
-        auto deps = invDeps.find(s);
-        if (deps == invDeps.end()) continue;
-        std::vector<std::string> outside;
-        std::set_difference(deps->second.begin(), deps->second.end(), start.begin(), start.end(),
-                            std::back_inserter(outside));
-        if (outside.empty()) continue;
-        result.insert(s);
-        result.insert(outside.begin(), outside.end());
-    }
+    std::set<std::string> const result =
+        fwdDeps.UsedFrom(std::set<std::string>(starts.begin(), starts.end()));
     used.clear();
     for (std::string const& name : result)
         used.push_back(name.c_str());

@@ -5,6 +5,7 @@
 #include "modelgen/gencode.h"
 
 #include <cstdlib>
+#include <unordered_map>
 
 // The expanded parts of a model that decide against a dual parameter.
 struct DualEvidence {
@@ -85,9 +86,118 @@ static bool IsIn(std::set<std::string> const& set, char const* name) {
     return set.count(name) > 0;
 }
 
-bool CGenCode::is_ranef_dual(String const& name, N const& body, NV const& doses, int nDoses,
-                             NV const& sequences, NV const& closedForms, NV const& delays,
-                             NV const& rates, SV const& assignNames, NV const& assignExprs) const {
+// Adds the name of every variable under 'n' to 'out': at least every name that `Diff` compares.
+static void CollectVarNames(N const& n, std::set<std::string>& out) {
+    if (!n) return;
+    if (n->type == CN_VAR) out.insert(std::string(n->name));
+    for (N const* c : {&n->child1, &n->child2, &n->child3, &n->child4})
+        CollectVarNames(*c, out);
+    for (N const& e : n->list)
+        CollectVarNames(e, out);
+}
+
+// A name that 'held' does not hold.
+static std::string AbsentName(std::set<std::string> const& held) {
+    std::string name = "_absent";
+    while (held.count(name))
+        name += "_";
+    return name;
+}
+
+// The derivative 'd' exists and simplifies.
+static bool SimpOk(N const& d) {
+    if (!d) return false;
+    int iFail = 0;
+    d->Simp(iFail);
+    return iFail == 0;
+}
+
+// The rate tests of `is_ranef_dual`, worked out once for all parameters. Each right side is
+// expanded once. `Diff` by a name that the tree does not hold takes one path for every such
+// name, and neither `Diff` nor `Simp` has side effects, so a rate needs a `Diff` of its own only
+// for the names it holds; its answer for all others is kept, and so are the tests that don't
+// depend on the parameter: an assignment to the integrator, `Diff` by the other integrators.
+class RateTests {
+  public:
+    RateTests(NV const& rateList, N const& bodyNode, SV const& assignNames, NV const& assignExprs,
+              SV const& covariates)
+        : rates(rateList), body(bodyNode), names(assignNames), exprs(assignExprs),
+          consts(covariates) {}
+
+    // Whether every rate accepts 'name'. The first call does the work shared by all names.
+    bool Accept(char const* name) {
+        if (!built) Build();
+        size_t badHolders = 0;
+        auto holders = byName.find(name);
+        if (holders != byName.end())
+            for (size_t r : holders->second) {
+                if (!generic[r]) badHolders++;
+                if (!fixedOk[r] || !SimpOk(rhs[r]->Diff(name, consts))) return false;
+            }
+        return nBadGeneric == badHolders;
+    }
+
+  private:
+    // The statements in which `IntegratorIsAssignedTo` can find an assignment: sequences,
+    // and doses and observations with action code.
+    N AssigningStatements() const {
+        N block = std::make_shared<CNode>(CN_BLOCK);
+        NV stmts = !body ? NV() : body->type == CN_BLOCK ? body->list : NV{body};
+        for (N const& s : stmts) {
+            if (!s) continue;
+            bool hooks = s->type == CN_DOSEPOINT || s->type == CN_DOSEPOINT2 ||
+                         (s->type >= CN_OBSERVE && s->type <= CN_COUNT);
+            if (s->type == CN_SEQUENCE || (hooks && s->appendix)) block->list.push_back(s);
+        }
+        return block;
+    }
+
+    void Build() {
+        built = true;
+        N const assigning = AssigningStatements();
+        for (N const& r : rates)
+            rateNames.insert(std::string(RateName(r, true)));
+        for (size_t r = 0; r < rates.size(); r++) {
+            rhs.push_back(FullyExpand(RateExpression(rates[r]), names, exprs));
+            std::set<std::string> held;
+            CollectVarNames(rhs[r], held);
+            for (std::string const& v : held)
+                byName[v].push_back(r);
+            N const dAbsent = rhs[r]->Diff(AbsentName(held).c_str(), consts);
+            fixedOk.push_back(!IntegratorIsAssignedTo(RateName(rates[r], false), assigning) &&
+                              OtherRatesOk(rhs[r], held, bool(dAbsent)));
+            generic.push_back(fixedOk[r] && SimpOk(dAbsent));
+            if (!generic[r]) nBadGeneric++;
+        }
+    }
+
+    // `Diff` of 'e' by each integrator exists; 'absentOk' answers for those 'e' does not hold.
+    bool OtherRatesOk(N const& e, std::set<std::string> const& held, bool absentOk) const {
+        size_t nHeld = 0;
+        for (std::string const& v : held) {
+            if (!rateNames.count(v)) continue;
+            nHeld++;
+            if (!e->Diff(v.c_str(), consts)) return false;
+        }
+        return nHeld == rateNames.size() || absentOk;
+    }
+
+    NV const& rates;
+    N const& body;
+    SV const& names;
+    NV const& exprs;
+    SV const& consts; // the covariates, constant for `Diff`
+    bool built = false;
+    std::set<std::string> rateNames; // the integrators, as the inner test names them
+    NV rhs;                          // the expanded right sides
+    std::vector<char> fixedOk;       // the tests that don't depend on the parameter
+    std::vector<char> generic;       // the answer for a name the rate does not hold
+    std::unordered_map<std::string, std::vector<size_t>> byName; // the rates holding a name
+    size_t nBadGeneric = 0;
+};
+
+bool CGenCode::is_ranef_dual(String const& name, NV const& doses, int nDoses, NV const& sequences,
+                             NV const& closedForms, NV const& delays, RateTests& rateTests) const {
     (void)nDoses;      // handed along; it decides nothing
     (void)closedForms; // expanded, but they take no part in the refusal
     if (IsIn(force_real, name)) return false;
@@ -101,22 +211,7 @@ bool CGenCode::is_ranef_dual(String const& name, N const& body, NV const& doses,
         if (DeepIn(s, name)) return false;
     for (N const& d : delays)
         if (DeepIn(d, name)) return false;
-    for (N const& r : rates) {
-        N rhs = FullyExpand(RateExpression(r), assignNames, assignExprs);
-        N d = rhs->Diff(name, saCovariates);
-        if (!d) return false;
-        int iFail = 0;
-        d->Simp(iFail);
-        if (iFail) return false;
-        if (IntegratorIsAssignedTo(RateName(r, false), body)) return false;
-        for (N const& other : rates) {
-            N d2 = rhs->Diff(RateName(other, true), saCovariates);
-            if (!d2) return false;
-            int fail = 0;
-            d2->Simp(fail);
-        }
-    }
-    return true;
+    return rateTests.Accept(name);
 }
 
 static bool IsFrozen(std::vector<unsigned short> const& frozen, size_t i) {
@@ -138,17 +233,19 @@ void CGenCode::GradientProcessing1(NV const& rates, NV const& transits, NV const
     for (N const& t : times)
         e.delays.push_back(Expanded(t));
     N body = std::const_pointer_cast<CNode>(pBody);
+    RateTests rateTests(rates, body, assignNames, assignExprs, saCovariates);
     auto dual = [&](String const& name) {
-        return is_ranef_dual(name, body, e.doses, int(e.doses.size()), e.sequences, e.closedForms,
-                             e.delays, rates, assignNames, assignExprs);
+        return is_ranef_dual(name, e.doses, int(e.doses.size()), e.sequences, e.closedForms,
+                             e.delays, rateTests);
     };
+    std::set<std::string> const usedSet(used.begin(), used.end());
     throw_diff_exception = false;
     for (String const& r : saRanef5)
         if (dual(r)) dualRanef5.push_back(r);
     if (!getenv("QMIX_NO_DUAL_THETA")) {
         // A fixed effect that nothing uses is frozen right after this analysis.
         for (size_t i = 0; i < saFixef.size(); i++)
-            if (dual(saFixef[i]) && !IsFrozen(naFixefFrozen, i) && MemberOf(saFixef[i], used) >= 0)
+            if (dual(saFixef[i]) && !IsFrozen(naFixefFrozen, i) && IsIn(usedSet, saFixef[i]))
                 dualFixef.push_back(saFixef[i]);
         for (size_t i = 0; i < saError.size(); i++)
             if (dual(saError[i]) && !IsFrozen(naErrorFrozen, i)) dualError.push_back(saError[i]);

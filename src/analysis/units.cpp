@@ -4,6 +4,10 @@
 #include "analysis/analysis.h"
 #include "driver/driver.h"
 
+#include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
+
 // The most passes over a model; one that never settles still ends.
 static int const MAX_UNIT_PASSES = 500;
 
@@ -27,7 +31,7 @@ static void Give(N const& n, N u, UnitPass& p) {
 // A node without units takes its name's entry of the table, if there is one.
 static void TakeFromTable(N const& n, char const* name, UnitPass& p) {
     if (n->units) return;
-    int i = MemberOf(p.context, name, p.names);
+    int i = FindName(p.context, name, p.names);
     if (i < 0) return;
     n->units = p.table[i]->Copy();
     p.iChanged = 1;
@@ -36,7 +40,7 @@ static void TakeFromTable(N const& n, char const* name, UnitPass& p) {
 // A name the model reads from outside (a dose, an observation, a covariate) is its own base
 // unit until the table says otherwise.
 static void TakeOrMakeBaseUnit(N const& n, char const* name, UnitPass& p) {
-    if (MemberOf(p.context, name, p.names) < 0) {
+    if (FindName(p.context, name, p.names) < 0) {
         p.names.push_back(NameWithContext(p.context, name));
         p.table.push_back(std::make_shared<CNode>(CN_UNIT_NAME, name));
         p.iChanged = 1;
@@ -186,32 +190,75 @@ static NV UnitStatements(cn const& body) {
     return stmts;
 }
 
-// Whether some stparm statement sets 'lhs' to an expression that has 'fixef' as a direct term
-// or factor.
-static bool StparmUsesFixef(NV const& stmts, String const& lhs, char const* fixef) {
+// The right sides of the stparm entries by the name they set, in statement order, and the
+// places of each fixed effect in its list: what the fixed-effect rule below looks up.
+struct FixefRule {
+    std::unordered_map<std::string, NV> stparms;
+    std::unordered_set<std::string> params;
+    std::unordered_map<std::string, std::vector<size_t>> fixefAt;
+};
+
+static FixefRule GetFixefRule(NV const& stmts, SV const& params, SV const& fixefs) {
+    FixefRule r;
     for (N const& s : stmts) {
         if (s->type != CN_STPARM) continue;
-        for (N const& a : s->list) {
-            if (a->type != CN_ASSIGN || a->child1->type != CN_VAR || a->child1->name != lhs)
-                continue;
-            N rhs = a->child2;
-            if (rhs->ContainsTopLevel(fixef, CN_ADD) || rhs->ContainsTopLevel(fixef, CN_MUL))
-                return true;
-        }
+        for (N const& a : s->list)
+            if (a->type == CN_ASSIGN && a->child1->type == CN_VAR)
+                r.stparms[std::string(a->child1->name)].push_back(a->child2);
     }
+    for (String const& p : params)
+        r.params.insert(std::string(p));
+    for (size_t i = 0; i < fixefs.size(); i++)
+        r.fixefAt[std::string(fixefs[i])].push_back(i);
+    return r;
+}
+
+// Whether some stparm statement sets 'lhs' to an expression that has 'fixef' as a direct term
+// or factor.
+static bool StparmUsesFixef(NV const& rhsList, char const* fixef) {
+    for (N const& rhs : rhsList)
+        if (rhs->ContainsTopLevel(fixef, CN_ADD) || rhs->ContainsTopLevel(fixef, CN_MUL))
+            return true;
     return false;
+}
+
+static void CollectNames(N const& n, std::set<std::string>& out) {
+    if (!n) return;
+    if (n->type == CN_VAR) out.insert(std::string(n->name));
+    for (N const* c : {&n->child1, &n->child2, &n->child3, &n->child4})
+        CollectNames(*c, out);
+    for (N const& e : n->list)
+        CollectNames(e, out);
+}
+
+// The places in the fixed-effect list, ascending, of the names that occur in 'rhsList': only
+// those can be a term or factor of it.
+static std::vector<size_t> FixefCandidates(NV const& rhsList, FixefRule const& rule) {
+    std::set<std::string> names;
+    for (N const& rhs : rhsList)
+        CollectNames(rhs, names);
+    std::vector<size_t> at;
+    for (std::string const& n : names) {
+        auto it = rule.fixefAt.find(n);
+        if (it != rule.fixefAt.end()) at.insert(at.end(), it->second.begin(), it->second.end());
+    }
+    std::sort(at.begin(), at.end());
+    return at;
 }
 
 // V = tvV * exp(nV): once V has units, tvV takes them. Looks at the entries that came into
 // the table since the last call, newest first; 'looked' counts those seen before.
-static void PropagateFixefUnits(NV const& stmts, SV const& params, SV const& fixefs, UnitPass& p,
+static void PropagateFixefUnits(FixefRule const& rule, SV const& fixefs, UnitPass& p,
                                 size_t& looked) {
     size_t end = p.names.size();
     for (size_t i = end; i-- > looked;) {
-        String param = p.names[i];
-        if (MemberOf(param, params) < 0) continue;
-        for (String const& f : fixefs) {
-            if (MemberOf(p.context, f, p.names) >= 0 || !StparmUsesFixef(stmts, param, f)) continue;
+        std::string const param(p.names[i]);
+        auto rhsList = rule.stparms.find(param);
+        if (!rule.params.count(param) || rhsList == rule.stparms.end()) continue;
+        for (size_t k : FixefCandidates(rhsList->second, rule)) {
+            char const* f = fixefs[k];
+            if (FindName(p.context, f, p.names) >= 0 || !StparmUsesFixef(rhsList->second, f))
+                continue;
             N u = p.table[i]->Copy();
             p.names.push_back(NameWithContext(p.context, f));
             p.table.push_back(u);
@@ -226,14 +273,16 @@ static void PropagateFixefUnits(NV const& stmts, SV const& params, SV const& fix
 // 'params' are the structural parameters, 'fixefs' the fixed effects.
 void PropagateUnits(cn const& body, SV const& params, SV const& fixefs, char const* context,
                     SV& names, NV& table) {
+    NameIndexScope index(names);
     NV stmts = UnitStatements(body);
+    FixefRule const rule = GetFixefRule(stmts, params, fixefs);
     size_t looked = 0;
     for (int pass = 0; pass < MAX_UNIT_PASSES; pass++) {
         int iChanged = 0;
         UnitPass p{context, names, table, iChanged};
         for (N const& s : stmts)
             PropagateUnitsOneStatement(s, stmts, context, names, table, N(), iChanged);
-        PropagateFixefUnits(stmts, params, fixefs, p, looked);
+        PropagateFixefUnits(rule, fixefs, p, looked);
         if (!iChanged) return;
     }
 }

@@ -35,6 +35,20 @@ extern char const* const saCReserved[];
 char const* NameWithContext(char const* context, char const* name);
 int MemberOf(char const* name, SV const& list);
 int MemberOf(char const* context, char const* name, SV const& list);
+
+// An index over 'list' for `FindName` while the scope lives: the list may only grow meanwhile,
+// and one scope is open at a time (name_index.cpp).
+class NameIndexScope {
+  public:
+    explicit NameIndexScope(SV const& list);
+    ~NameIndexScope();
+    NameIndexScope(NameIndexScope const&) = delete;
+    NameIndexScope& operator=(NameIndexScope const&) = delete;
+};
+
+// `MemberOf`, answered from the open index when it is on 'list'.
+int FindName(char const* name, SV const& list);
+int FindName(char const* context, char const* name, SV const& list);
 void EliminateDuplicates(SV& list);
 void EliminateDuplicates(SV& list, std::vector<unsigned short>& a);
 void EliminateDuplicates(SV& list, std::vector<unsigned short>& a, std::vector<unsigned short>& b);

@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cmath>
 #include <cstdio>
+#include <string_view>
+#include <unordered_set>
 
 std::vector<cn> filter_nodes(NV const& nodes, CNodeType type) {
     std::vector<cn> out;
@@ -237,23 +240,55 @@ std::unique_ptr<CNodeAppendix> CNodeAppendix::ConverToUnifNormControlled() const
 
 // ---- FullyExpand ---------------------------------------------------------------------------
 
+// What a substitution can match in a tree: the names of its variables, where `Subst` looks
+// (children, appendix, list). A NaN value makes every `Equal` false, so then nothing is known.
+struct HeldNames {
+    std::unordered_set<std::string_view> names;
+    bool nan = false;
+    bool clean = false; // every node is the work of `Subst`, which drops `pos` and the records
+};
+
+static void NoteHeld(cn const& n, HeldNames& held) {
+    if (!n) return;
+    if (std::isnan(n->value)) held.nan = true;
+    if (n->type == CN_VAR) held.names.insert(std::string_view(n->name));
+    for (N const* c : {&n->child1, &n->child2, &n->child3, &n->child4})
+        NoteHeld(*c, held);
+    if (n->appendix)
+        for (N const* c : {&n->appendix->dobefore, &n->appendix->doafter, &n->appendix->simulate})
+            NoteHeld(*c, held);
+    for (N const& e : n->list)
+        NoteHeld(e, held);
+}
+
+// Whether `Subst` of 'name' would give a copy equal to the work in every field: the name is not
+// held by a tree that is already all of `Subst`'s making.
+static bool SubstIsCopy(HeldNames const& held, char const* name) {
+    return held.clean && !held.nan && !held.names.count(std::string_view(name));
+}
+
 // One pass over the assignments, last to first, substituting each name by its right side in
 // 'work'. A recursive name that changed something joins 'done' when 'need_collect' is set.
-// Answers whether any name changed the tree.
+// Answers whether any name changed the tree. A substitution that could only copy is skipped.
 static bool ExpandPass(N& work, SV const& names, NV const& exprs, bool need_collect,
-                       std::set<std::string>& done) {
+                       std::set<std::string>& done, HeldNames& held) {
     bool changed = false;
     for (size_t i = std::min(names.size(), exprs.size()); i-- > 0;) {
-        std::string const name(names[i]);
-        if (need_collect && done.count(name)) continue;
+        if (need_collect && done.count(std::string(names[i]))) continue;
         if (!exprs[i]) continue; // no right side to put in
+        if (SubstIsCopy(held, names[i])) continue;
+        bool const matches = held.nan || held.names.count(std::string_view(names[i])) > 0;
         N next = work->Subst(std::make_shared<CNode>(names[i]), exprs[i], false);
         if (!next->Equal(work)) {
             changed = true;
-            if (need_collect && recursiveDeps.count(name)) done.insert(name);
+            if (need_collect && recursiveDeps.count(std::string(names[i])))
+                done.insert(std::string(names[i]));
         }
         next->AssertValid();
         work = next;
+        held = HeldNames();
+        NoteHeld(work, held);
+        held.clean = !matches;
     }
     return changed;
 }
@@ -266,7 +301,9 @@ N FullyExpand(cn expr, SV const& names, NV const& exprs) {
     if (!expr) return N();
     N work = expr->Copy();
     std::set<std::string> done;
+    HeldNames held;
+    NoteHeld(work, held);
     for (int pass = 0; pass < 20; pass++)
-        if (!ExpandPass(work, names, exprs, need_collect, done)) break;
+        if (!ExpandPass(work, names, exprs, need_collect, done, held)) break;
     return work;
 }

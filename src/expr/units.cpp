@@ -156,7 +156,7 @@ void CNode::SetUnits(N u, char const* context, SV& names, NV& table) {
     char const* full = NameWithContext(context, name);
     N simple = u->Copy();
     simple->SimpUnits();
-    int i = MemberOf(full, names);
+    int i = FindName(full, names);
     if (i < 0) {
         names.push_back(full);
         table.push_back(simple);
@@ -238,7 +238,7 @@ static void CallFromArgument(CNode& n) {
 }
 
 static void VarFromTable(CNode& n, UnitTable& t) {
-    int i = MemberOf(t.context, n.name, t.names);
+    int i = FindName(t.context, n.name, t.names);
     if (i >= 0) n.units = t.table[i]->Copy();
 }
 
@@ -261,7 +261,7 @@ static void UnitsFromChildren(CNode& n, UnitTable& t) {
 
 // A variable given units by its parent enters the table.
 static void VarIntoTable(CNode& n, UnitTable& t) {
-    if (MemberOf(t.context, n.name, t.names) >= 0) return;
+    if (FindName(t.context, n.name, t.names) >= 0) return;
     N simple = n.units->Copy();
     simple->SimpUnits();
     t.names.push_back(NameWithContext(t.context, n.name));

@@ -8,6 +8,8 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <unordered_map>
+#include <unordered_set>
 
 int want_cpp_solvers = 0;
 int nFuncResult = 1;
@@ -263,24 +265,30 @@ void CGenCode::CheckPowersOfTime() {
     }
 }
 
-// The right side of the first assignment to 'name' in the stparm statements, or null.
-static N FirstStparmRhs(cn const& body, char const* name) {
+// The right side of the first assignment to each name in the stparm statements.
+static std::unordered_map<std::string, N> FirstStparmRhs(cn const& body) {
+    std::unordered_map<std::string, N> first;
     for (N const& s : GetTopStatements(body)) {
         if (!s || s->type != CN_STPARM) continue;
         for (N const& a : s->list)
-            if (a && a->type == CN_ASSIGN && a->child1 && a->child1->type == CN_VAR &&
-                a->child1->name == name)
-                return a->child2;
+            if (a && a->type == CN_ASSIGN && a->child1 && a->child1->type == CN_VAR)
+                first.emplace(std::string(a->child1->name), a->child2);
     }
-    return N();
+    return first;
 }
 
 // Step 8: a structural parameter written `V = V` beside a fixed effect V is a plain copy of it.
 void CGenCode::DetectStparmsDuplicatingFixefs() {
     naStparmDuplicatesFixef.clear();
+    std::unordered_map<std::string, N> const first = FirstStparmRhs(pBody);
+    std::unordered_set<std::string> fixefs;
+    for (String const& f : saFixef)
+        fixefs.insert(std::string(f));
     for (String const& name : saStruct) {
-        N rhs = FirstStparmRhs(pBody, name);
-        bool copy = rhs && rhs->type == CN_VAR && rhs->name == name && MemberOf(name, saFixef) >= 0;
+        auto it = first.find(std::string(name));
+        N rhs = it == first.end() ? N() : it->second;
+        bool copy =
+            rhs && rhs->type == CN_VAR && rhs->name == name && fixefs.count(std::string(name));
         naStparmDuplicatesFixef.push_back(copy ? 1 : 0);
     }
 }

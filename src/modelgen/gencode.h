@@ -47,6 +47,8 @@ bool CovariateIsStripDose(char const* name);
 extern int nFuncResult;
 extern int nFuncArg;
 
+class RateTests; // the rate tests of the dual-number decision (dual_decision.cpp)
+
 class CGenCode {
   public:
     explicit CGenCode(cn const& model);
@@ -72,9 +74,8 @@ class CGenCode {
     void GradientProcessing1(NV const& rates, NV const& transits, NV const& delays,
                              SV const& assignNames, NV const& assignExprs, SV& dualRanef5,
                              SV& dualFixef, SV& dualError, SV const& used) const;
-    bool is_ranef_dual(String const& name, N const& body, NV const& doses, int nDoses,
-                       NV const& sequences, NV const& closedForms, NV const& delays,
-                       NV const& rates, SV const& assignNames, NV const& assignExprs) const;
+    bool is_ranef_dual(String const& name, NV const& doses, int nDoses, NV const& sequences,
+                       NV const& closedForms, NV const& delays, RateTests& rateTests) const;
     void FreezeUnusedFixefs(SV const& used);
     void StoreCounts();
     void DetectStparmsDuplicatingFixefs();

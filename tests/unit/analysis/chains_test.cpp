@@ -41,16 +41,10 @@ class ChainsTest : public VaroTest {
     }
 
     // The names 'name' depends on; empty when it has no entry.
-    static Set Fwd(std::string const& name) {
-        auto it = fwdDeps.find(name);
-        return it == fwdDeps.end() ? Set() : it->second;
-    }
+    static Set Fwd(std::string const& name) { return fwdDeps.Get(name); }
 
     // The names that depend on 'name'; empty when it has no entry.
-    static Set Inv(std::string const& name) {
-        auto it = invDeps.find(name);
-        return it == invDeps.end() ? Set() : it->second;
-    }
+    static Set Inv(std::string const& name) { return invDeps.Get(name); }
 
     std::vector<std::unique_ptr<std::string>> buffers;
 };

@@ -1,0 +1,78 @@
+#!/bin/sh
+# Scale benchmark: synthetic chain models of n compartments, each translated several times.
+# Prints a Markdown table: n, statements, translation time (median), peak memory, size of
+# Model.cpp, and the time of `g++ -fsyntax-only` on that Model.cpp, with the ratio of the two.
+#   tests/tools/bench.sh VARO5 [WORK_DIR]
+# Env: BENCH_SIZES (default "10 30 100 300 1000 3000"), BENCH_RUNS (default 5), CXX (g++).
+# Each model's outputs stay in WORK_DIR/n<size>/ for a comparison between two builds.
+set -eu
+
+varo5=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
+work=${2:-bench-out}
+sizes=${BENCH_SIZES:-"10 30 100 300 1000 3000"}
+runs=${BENCH_RUNS:-5}
+cxx=${CXX:-g++}
+engine=$(cd "$(dirname "$0")/../engine" && pwd)
+
+# The model of 'n' compartments: a dose into A1, A1 -> A2 -> ... -> An -> out, one rate
+# constant per compartment (stparm, fixed effect, random effect), a volume scaled by a
+# covariate, and two observations with their errors.
+model() {
+    n=$1
+    echo "bench() {"
+    echo "    covariate(wt)"
+    echo "    dosepoint(A1)"
+    echo "    deriv(A1 = -k1 * A1)"
+    i=2
+    while [ "$i" -le "$n" ]; do
+        echo "    deriv(A$i = k$((i - 1)) * A$((i - 1)) - k$i * A$i)"
+        i=$((i + 1))
+    done
+    echo "    C = A$n / V"
+    echo "    error(CEps = 0.1)"
+    echo "    observe(CObs = C * (1 + CEps))"
+    echo "    error(AEps = 0.5)"
+    echo "    observe(AObs = A1 + AEps)"
+    echo "    stparm(V = tvV * (wt / 70) * exp(nV))"
+    echo "    fixef(tvV = c(0, 10, 100))"
+    echo "    ranef(diag(nV) = c(0.1))"
+    i=1
+    while [ "$i" -le "$n" ]; do
+        echo "    stparm(k$i = tvk$i * exp(nk$i))"
+        echo "    fixef(tvk$i = c(0, 1, 10))"
+        echo "    ranef(diag(nk$i) = c(0.1))"
+        i=$((i + 1))
+    done
+    echo "}"
+}
+
+now() { date +%s%N; }
+
+# Median of the numbers on standard input.
+median() { sort -n | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
+
+echo "| n | statements | translation s | peak memory MB | Model.cpp KB | g++ -fsyntax-only s | ratio |"
+echo "|---:|---:|---:|---:|---:|---:|---:|"
+for n in $sizes; do
+    dir=$work/n$n
+    mkdir -p "$dir"
+    model "$n" >"$dir/bench.mdl"
+    stmts=$(grep -c '^    [a-z]' "$dir/bench.mdl")
+    times=""
+    r=0
+    while [ "$r" -lt "$runs" ]; do
+        t0=$(now)
+        "$varo5" "$dir/bench.mdl" "$dir" >/dev/null
+        times="$times $(($(now) - t0))"
+        r=$((r + 1))
+    done
+    tr_ns=$(echo "$times" | tr ' ' '\n' | grep . | median)
+    mem_kb=$(/usr/bin/time -f %M "$varo5" "$dir/bench.mdl" "$dir" 2>&1 >/dev/null | tail -1)
+    size_kb=$(($(wc -c <"$dir/Model.cpp") / 1024))
+    t0=$(now)
+    "$cxx" -std=c++17 -fsyntax-only -I"$engine" -I"$dir" "$dir/Model.cpp"
+    gxx_ns=$(($(now) - t0))
+    awk -v n="$n" -v s="$stmts" -v t="$tr_ns" -v m="$mem_kb" -v k="$size_kb" -v g="$gxx_ns" \
+        'BEGIN { printf "| %d | %d | %.3f | %.1f | %d | %.2f | %.2f %% |\n",
+                 n, s, t / 1e9, m / 1024, k, g / 1e9, 100 * t / g }'
+done
