@@ -5,10 +5,6 @@
 
 #include <algorithm>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 // 'n' tab characters, at most 20.
 static char const* Indent(int n) {
     static char const tabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";

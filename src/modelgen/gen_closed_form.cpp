@@ -6,10 +6,6 @@
 
 #include <string>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static bool IsMicro(N const& s) {
     return s && (s->type == CN_CFMICRO || s->type == CN_CFMACRO1);
 }

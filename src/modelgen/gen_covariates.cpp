@@ -3,10 +3,6 @@
 // and which column names the stripping dose of a macro-constant machine.
 #include "modelgen/gencode.h"
 
-static char const* C(String const& s) {
-    return s;
-}
-
 // Whether a covariate is stored as the two end points of an interval.
 static bool IsInterpolated(CGenCode const& g, char const* name) {
     return g.bTimeBased && MemberOf(name, g.saInterpolate) >= 0;

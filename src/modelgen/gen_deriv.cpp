@@ -4,10 +4,6 @@
 #include "modelgen/gencode.h"
 #include "modelgen/subject_templates.h"
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static N ListEntry(N const& n, size_t i) {
     return i < n->list.size() ? n->list[i] : N();
 }

@@ -4,10 +4,6 @@
 // add_to_cpt.
 #include "modelgen/gencode.h"
 
-static char const* C(String const& s) {
-    return s;
-}
-
 // Where a dose lands, by the range of its compartment number.
 enum class Target { Integrator, Central, Depot, Central2, DelayTable, Transit, None };
 

@@ -7,10 +7,6 @@
 
 #include <cstring>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 int GetIPeakTable(cn const& body, char const* name) {
     for (N const& s : GetTopStatements(body)) {
         if (!s || s->type != CN_ASSIGN || !s->child2) continue;

@@ -3,10 +3,6 @@
 // set_var_value that evaluates on both sides of the store.
 #include "modelgen/gencode.h"
 
-static char const* C(String const& s) {
-    return s;
-}
-
 // MODEL_TEMPLATE_PARAMETER_LIST
 // int MODEL_CLASS_DECL::get_var_value(const char* _nm, double* _pv)
 // {

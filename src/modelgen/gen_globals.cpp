@@ -8,10 +8,6 @@
 
 #include <string>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static void AddMacro(std::string const& name) {
     AddMacro(name.c_str());
 }

@@ -4,10 +4,6 @@
 #include "analysis/analysis.h"
 #include "modelgen/gencode.h"
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static int const maxJacobianRates = 20;
 
 // The rates of the integrators: names and expressions, each name once.

@@ -5,10 +5,6 @@
 
 #include <cstring>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static bool HasKind(NV const& stmts, CNodeType kind) {
     for (N const& s : stmts)
         if (s->type == kind) return true;

@@ -7,10 +7,6 @@
 
 #include <cassert>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 // ---- Names: codes 2, 3, 4, 6 and the variance function, code 5 ------------------------------
 
 // void GetObsName(int* _iWhichObs, char* _nm)

@@ -5,10 +5,6 @@
 #include <cstring>
 #include <string>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static bool const LL = false, SIM = true; // the two modes of a block
 
 // 		if (!isfinite(_ypred)){

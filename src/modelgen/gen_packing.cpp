@@ -11,10 +11,6 @@
 
 static double const S_NA = 3.3e-151; // the generated code's marker of a value not available
 
-static char const* C(String const& s) {
-    return s;
-}
-
 template <class T> static T At(std::vector<T> const& v, size_t i, T absent) {
     return i < v.size() ? v[i] : absent;
 }

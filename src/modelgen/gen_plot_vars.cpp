@@ -3,10 +3,6 @@
 #include "analysis/analysis.h"
 #include "modelgen/gencode.h"
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static char const* const contFlags =
     "_TYP_CONTIN | _SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS | _CAN_LOG";
 static char const* const eventFlags = "_TYP_EVENT | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY";

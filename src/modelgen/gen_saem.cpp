@@ -8,10 +8,6 @@
 #include <utility>
 #include <vector>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static bool IsSet(String const& s) {
     return s[0] != '\0';
 }

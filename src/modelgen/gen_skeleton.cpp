@@ -319,8 +319,7 @@ void CGenCode::GenDllPhase1() {
     CheckPowersOfTime();
 }
 
-// The integrator slots of the transit statements: each takes its max + 2.
-static int CountTransitSlots(cn const& body) {
+int CountTransitSlots(cn const& body) {
     int n = 0;
     for (N const& s : GetTopStatements(body))
         if (s && s->type == CN_TRANSIT && s->child4) n += int(s->child4->value) + 2;

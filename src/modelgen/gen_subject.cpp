@@ -7,10 +7,6 @@
 
 #include <cstring>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static bool IsIn(char const* name, SV const& list) {
     return MemberOf(name, list) >= 0;
 }
@@ -27,12 +23,8 @@ static int TransitStages(N const& s) {
 // The integrators: deriv, urine and event slots, every transit chain with its two extra
 // slots, and the delayInfCpt compartments.
 static int CountIntegrators(CGenCode const& g) {
-    int n = g.nDerivCount + g.nUrineCount + g.nEventCount;
-    for (N const& s : GetTopStatements(g.pBody)) {
-        if (s && s->type == CN_TRANSIT) n += TransitStages(s) + 2;
-        if (s && s->type == CN_DELAYINFCPT) n++;
-    }
-    return n;
+    return g.nDerivCount + g.nUrineCount + g.nEventCount + CountTransitSlots(g.pBody) +
+           CountTopStatements(g.pBody, CN_DELAYINFCPT);
 }
 
 // MODEL_TEMPLATE_PARAMETER_LIST
@@ -288,10 +280,7 @@ static void GenMainSigma(FILE* fp) {
 void CGenCode::GenSubjectStart() {
     GenClosedFormDeclarations();
     GenClosedFormState();
-    int nTransit = 0;
-    for (N const& s : GetTopStatements(pBody))
-        if (s && s->type == CN_TRANSIT) nTransit += TransitStages(s) + 2;
-    GenClearSSIrrelevantState(*this, nTransit);
+    GenClearSSIrrelevantState(*this, CountTransitSlots(pBody));
     GenSetTransits(*this);
     GenClosedFormTimes();
     for (N const& s : GetTopStatements(pBody))

@@ -4,10 +4,6 @@
 #include "analysis/analysis.h"
 #include "modelgen/gencode.h"
 
-static char const* C(String const& s) {
-    return s;
-}
-
 // _units_Mul(_A1_Units,_t_Units)
 static void GenUnitsCall(FILE* fp, char const* fn, cn const& a, cn const& b) {
     fprintf(fp, "%s(", fn);

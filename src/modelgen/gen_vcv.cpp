@@ -4,10 +4,6 @@
 
 #include <cstdlib>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static NV VcvStatements(cn const& body) {
     NV out;
     for (N const& s : GetTopStatements(body))

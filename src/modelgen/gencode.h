@@ -12,6 +12,11 @@ typedef std::vector<unsigned short> NaList;
 
 extern int want_cpp_solvers;
 
+// The text of a name, for a formatted print.
+inline char const* C(String const& s) {
+    return s;
+}
+
 // The error, mean and variance function of an observe statement, and the expression solved for
 // its error with the observed name replaced by _v1.
 struct ObsMeanVar {
@@ -31,6 +36,8 @@ struct ObsTimeArgs {
 void AddMacro(char const* name);
 // The statements at the top of a model body: its list when it is a block, else itself.
 NV GetTopStatements(cn const& body);
+// The integrator slots of the transit statements (NTRANSIT): each takes its max + 2.
+int CountTransitSlots(cn const& body);
 // How many statements of 'kind' stand at the top of the body.
 int CountTopStatements(cn const& body, CNodeType kind);
 // The type of a model variable inside model_data, from its duality in theta and in eta:

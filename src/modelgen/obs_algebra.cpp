@@ -7,10 +7,6 @@
 #include <cstdlib>
 #include <utility>
 
-static char const* C(String const& s) {
-    return s;
-}
-
 static bool IsObservation(N const& s) {
     return s && (s->type == CN_OBSERVE || s->type == CN_MULTI || s->type == CN_LL ||
                  s->type == CN_EVENT || s->type == CN_COUNT);

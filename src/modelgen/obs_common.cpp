@@ -2,10 +2,6 @@
 // the _std line, the time arguments of OnObserve, and the before/after/simulation actions.
 #include "modelgen/gencode.h"
 
-static char const* C(String const& s) {
-    return s;
-}
-
 // The error variable of an observe statement, with the expression solved for it.
 ObsMeanVar CGenCode::GetObsError(cn const& stmt) const {
     ObsMeanVar r;
