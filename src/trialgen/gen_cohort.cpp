@@ -125,6 +125,7 @@ void CGenCode3::GenCohortExe(char const* sourcePath, char const* headerPath, NV 
     if (!OpenFiles(sourcePath, headerPath)) return;
     GenCohortHeaderTop(headerPath, includes, ints, doubles);
     GenCohortSourceTop(sourcePath, headerPath);
+    DefineSamplers(fpHeader);
     for (N const& model : models)
         GenCohortModelClass(model, model->child1->name);
     for (int code = 1; code <= 21; code++)

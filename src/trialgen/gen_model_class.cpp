@@ -60,6 +60,7 @@ void CGenCode3::GenCfProperty(char const* name, char const* cf, char const* acc,
     fprintf(fpHeader, "\tvoid   _Add%s_%s(const double& _v){_cf_%s.Add%s(_v);}\n", acc, name, cf,
             what);
     std::string member = std::string(name) + (*acc ? "_rate" : "");
+    saPropertyNames.push_back(member.c_str());
     fprintf(fpHeader,
             "\tProperty<%s, double, &%s::_Get%s_%s, &%s::_Set%s_%s, &%s::_Add%s_%s> %s;\n", cls,
             cls, acc, name, cls, acc, name, cls, acc, name, member.c_str());
@@ -164,11 +165,13 @@ void CGenCode3::GenStateMembers(NV const& stmts) {
         if (st.kind == StateClosedForm) GenCfMembers(st.stmt);
 }
 
-// Every other left side, and the observed names of observe and multi.
+// Every other left side with the time of a peak, and the observed names of observe and multi.
 void CGenCode3::GenAssignedMembers(NV const& stmts) {
     for (N const& s : stmts) {
         if (!s) continue;
         if (s->type == CN_ASSIGN && s->child1) GenMember("assigned", s->child1->name);
+        if (s->type == CN_ASSIGN && s->child2 && s->child2->type == CN_PEAK)
+            GenMember("assigned", s->child2->name); // the time of the peak
         if (s->type == CN_OBSERVE || s->type == CN_MULTI) GenMember("assigned", s->name);
     }
 }
@@ -193,6 +196,7 @@ void CGenCode3::GenModelRoutineDecls() {
     fprintf(fpHeader, "\tstatic void InitReplicate();\n");
     fprintf(fpHeader, "\tvirtual void InitSubject();\n");
     fprintf(fpHeader, "\tvoid InitObservation();\n");
+    GenModelEntryDecls(BodyStmts(pModelBody));
 }
 
 // class pk : public PKPDModel {public:;
@@ -232,6 +236,7 @@ void CGenCode3::GenCohortModelClass(N const& model, char const* className) {
     pModelInputs = model->child1->list;
     NV stmts = BodyStmts(pModelBody);
     saDeclared.clear();
+    saPropertyNames.clear();
     NV delays, hist, peaks;
     nDelayTables = nPeakTables = 0;
     CountSetDelay(pModelBody, nDelayTables, delays, hist);
@@ -251,4 +256,8 @@ void CGenCode3::GenCohortModelClass(N const& model, char const* className) {
     GenCohortGetRate();
     GenCohortEvalRoutines(stmts);
     GenCohortLevelRoutines(stmts);
+    GenModelEntries(stmts);
+    GenCohortDosepointClasses(stmts);
+    GenCohortEventClasses(stmts);
+    GenCohortSequenceClasses(stmts);
 }

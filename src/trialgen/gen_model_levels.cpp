@@ -18,9 +18,11 @@ void CGenCode3::GenModelRoutineHead() {
 void CGenCode3::GenLevelRoutine(char const* name, CGenCodePass pass) {
     fprintf(fpSource, "void %s::%s(){\n", (char const*)sModelClass, name);
     fprintf(fpSource, "\tint bError = 0;\n");
+    if (pass == PassInitReplicate) InitSamplersReplicate((char const*)sModelClass, fpSource);
     GenCohortFixefCode(pass);
     GenCohortRanefCode(pass);
     GenCohortErrorCode(pass);
+    if (pass == PassInitGlobal) InitSamplersGlobal((char const*)sModelClass, fpSource);
     fprintf(fpSource, "}\n");
 }
 
@@ -41,9 +43,18 @@ void CGenCode3::GenInitSubject(NV const& stmts) {
     for (N const& s : stmts)
         if (s && (s->type == CN_OBSERVE || s->type == CN_MULTI))
             fprintf(fpSource, "\t%s = 3.3e-151;\n", (char const*)s->name);
+    InitSamplersSubject((char const*)sModelClass, fpSource);
     GenCohortRanefCode(PassInitSubject);
     GenCohortDistrCode(PassInitSubject, stmts);
+    GenCohortDelayCode();
     fprintf(fpSource, "}\n");
+}
+
+// 	_delayTable_0.init();
+// A new subject starts with empty histories of its delayed quantities.
+void CGenCode3::GenCohortDelayCode() {
+    for (int i = 0; i < nDelayTables; i++)
+        fprintf(fpSource, "\t_delayTable_%d.init();\n", i);
 }
 
 // void pk::InitObservation(){ the head, the epsilon draws }

@@ -178,11 +178,141 @@ class CGenCode3 {
     void GenLevelRoutine(char const* name, CGenCodePass pass);
     void GenInitSubject(NV const& stmts);
     void GenInitObservation();
+    void GenCohortDelayCode();
+
+    // The dose, event and sequence machines of the model, each class with its routines.
+    SV saPropertyNames; // the model's members that are Property of a closed form
+    void GenCohortDosepointClasses(NV const& stmts);
+    void GenCohortEventClasses(NV const& stmts);
+    void GenCohortSequenceClasses(NV const& stmts);
+    void GenCohortSequenceActionCode(N const& s, int& state, int indent);
+    void GenMachineHead(char const* machine);
+    void GenMachineTail(bool bFinally);
+    void GenMachinePrint(char const* machine, bool bCaller);
+    void GenMachineFinally(char const* machine);
+    void GenDoseMachineConstructor(char const* machine, bool bInfusion);
+    void GenDoseMachineClass(char const* machine, bool bInfusion);
+    void GenDoseRecord(char const* x, bool bInfusion);
+    void GenDoseGiven(char const* x, bool bInfusion);
+    void GenDoseRun(char const* machine, N const& dose, bool bInfusion);
+    void GenEventMachineClass(char const* machine);
+    void GenEventRun(char const* machine, N const& ev);
+    void GenEventFinally(char const* machine, N const& ev);
+    bool IsModelMember(char const* name);
+    void GenSequenceBindings(NV const& body);
+    void GenSequenceIf(N const& s, int& state, int indent);
+    void GenSequenceMachineClass(char const* machine);
+    void GenSequenceRun(char const* machine, N const& seq);
+
+    // The entry points a script calls: StartSubject, StopSubject, Bolus_, Infuse_, Observe_.
+    void GenModelEntryDecls(NV const& stmts);
+    void GenModelEntries(NV const& stmts);
+    void GenStartSubject(NV const& stmts);
+    void GenStopSubject();
+    void GenBolusEntry(N const& dose);
+    void GenInfuseEntry(N const& dose);
+    void GenDoseEntries(NV const& stmts);
+    int GetErrorBlockOf(N const& expr);
+    void GenObserveRecord(char const* name, char const* value);
+    void GenObserveBody(N const& s);
+    void GenMultiBody(N const& s);
+    void GenCountZprob(N const& s);
+    void GenCountBody(N const& s);
+    void GenObserveEntry(N const& s);
+    std::string GetUnitText(char const* name);
+
+    // The procedures of the script, each a state-machine class: its declaration in cohort.h,
+    // its Run, Finally and Print in cohort.cpp, and the statements of its body as a coroutine
+    // whose waiting points are numbered states with labels Ln.
+  public:
+    void GenCohortProcClass(N const& proc, NV const& joins, NV const& models, char const* indent);
+    void GenCohortProcRunFunction(N const& proc, char const* indent, NV const& joins,
+                                  NV const& models, NV const& ints, NV const& procs);
+    // One statement; 'state' is the last state number taken, 'depth' the nesting of
+    // statements, 'collectDepth' that of collects.
+    void GenCohortProcStmt(int kind, N const& stmt, int& state, int depth, int collectDepth,
+                           char const* indent, NV const& joins, NV const& models, NV const& ints,
+                           NV const& procs, N const& proc);
+    // 	pk a;
+    void GenCohortJoinStmt(N const& stmt);
+
+  private:
+    // What the statements of one procedure see: its node and kind, the script's lists, its
+    // int names, and the label of each open collect by collect depth (1, the root, at 0).
+    struct ProcScope {
+        N proc;
+        CNodeType kind;
+        NV const& joins;
+        NV const& models;
+        NV const& procs;
+        SV ints;
+        int labels[5];
+    };
+
+    void GenProcStmt(ProcScope& sc, N const& s, int& state, int depth, int collectDepth,
+                     std::string const& I);
+    void GenProcArm(ProcScope& sc, N const& s, int& state, int depth, int collectDepth,
+                    std::string const& I);
+    void GenProcBlock(ProcScope& sc, N const& s, int& state, int depth, int collectDepth,
+                      std::string const& I);
+    void GenProcIf(ProcScope& sc, N const& s, int& state, int depth, int collectDepth,
+                   std::string const& I);
+    void GenProcLoop(ProcScope& sc, N const& s, int& state, int depth, int collectDepth,
+                     std::string const& I);
+    void GenProcCollect(ProcScope& sc, N const& s, int& state, int depth, int collectDepth,
+                        std::string const& I);
+    void GenProcStart(ProcScope& sc, N const& s, int& state, int collectDepth,
+                      std::string const& I);
+    void GenProcSleep(ProcScope& sc, N const& s, int& state, std::string const& I);
+    void GenProcObserve(N const& s, std::string const& I);
+    void GenProcDose(N const& s, std::string const& I);
+    void GenProcAssign(ProcScope& sc, N const& s, std::string const& I);
+    void GenProcDistrib(ProcScope& sc, N const& s, int depth, std::string const& I);
+    void GenProcSubjectMembers(NV const& joins);
+    void GenProcLocals(N const& proc);
+    void GenProcConstructor(N const& proc, NV const& joins, NV const& models);
+    void GenProcWiring(N const& proc, NV const& joins, NV const& models);
+    void GenProcRunHead(N const& proc, NV const& joins, NV const& models, int nStates);
+    void GenProcSubjectStart();
+    void GenProcRunTail(N const& proc, int& state);
+    void GenProcFinally(char const* name);
 };
+
+// The dose statements of a model body in text order, and the names of their machines:
+// pk_Bolus_A1_1 (model, kind, compartment, dose path), pk_EventSim_1 (model, kind, number).
+NV GetDoseStatements(NV const& stmts);
+std::string DoseMachineName(char const* model, char const* kind, N const& dose);
+std::string NumberedMachineName(char const* model, char const* kind, int number);
+// Whether an observation statement gets an Observe_ routine.
+bool IsRecordedObservation(N const& s);
+
+// The walks of a procedure's statements. CountStates adds the states that its waiting
+// statements take (sleep, call, suspend, collect); MaxCollectDepth the deepest nesting of
+// collects below 'depth'; GetLocals its double and int names, an undeclared for variable as an
+// int. SprocCheck ends the run when a start or call names a procedure of the wrong kind, and
+// CheckCohortProcCalls does so for every one of the script, before any file is opened.
+void GenCohortProcCountStates(N const& stmt, int& count);
+void GenCohortProcMaxCollectDepth(N const& stmt, int depth, int& max);
+void GenCohortProcGetLocals(N const& proc, SV& doubles, SV& ints);
+void GenCohortProcSprocCheck(CNodeType kind, N const& stmt, NV const& procs, N const& proc);
+void CheckCohortProcCalls(NV const& procs);
 
 // iScen, iRep, the global doubles and ints, then each model's inflation factors and the
 // names by which each of its fixed effects can be set.
 std::vector<SettableVar> GetSettableVarList(NV const& models, NV const& ints, NV const& doubles);
+
+// The file samplers of the run: their objects in cohort.h, and what each model does with them
+// at each level of draws. Each prints nothing for a model without samplers.
+void DefineSamplers(FILE* fp);
+void InitSamplersGlobal(std::string const& model, FILE* fp);
+void InitSamplersReplicate(std::string const& model, FILE* fp);
+void InitSamplersSubject(std::string const& model, FILE* fp);
+// The read of 'var' of 'model' from its sampler's row; false when no sampler holds it.
+bool GenSampling(std::string const& model, std::string const& var, FILE* fp);
+// The read of the random-effect matrix 'target' (n by n, by rows) of the group of 'var', from
+// a sample statement of 'model'; false when no sampler holds it.
+bool GenBlockSampling(std::string const& model, std::string const& var, std::string const& target,
+                      int n, FILE* fp);
 
 // The index of the model so named, searching from the last, or -1.
 int FindModelByName(char const* name, NV const& models);

@@ -11,7 +11,15 @@ class DelayTable {
 class PeakTable {
   public:
     void init();
+    // The running peak of a value where the condition holds, with the time of the peak.
+    double peakFunc(double t, double value, double cond, double& tPeak);
+
+  private:
+    bool bAny_ = false;
+    double peak_ = 0, tPeak_ = 0;
 };
+
+class StateMachine;
 
 class PKPDModel {
   public:
@@ -30,6 +38,8 @@ class PKPDModel {
     virtual void CF2SetState(double* y);
     virtual void SetTimeOfStateCF(double _t);
     virtual void SetTimeOfGetValCF(double _t);
+    // Gives a dose, event or sequence machine to the scheduler.
+    void EnQueue(StateMachine* machine, int iState, double tAbsTime, double tAbsEps);
 };
 
 // A closed-form machine: the amounts and rates of its compartments, advanced in time.
@@ -63,6 +73,19 @@ class Ccf2machine {
     CF2_VALUE(RateA)
     CF2_VALUE(Rate1)
 #undef CF2_VALUE
+
+  private:
+    // Amounts of the depot and compartments 1 to 3 (macro forms: of the exponential modes),
+    // then the input rates into the depot and compartment 1: the layout of GetState.
+    double y_[6] = {};
+    double k_ = 0, k12_ = 0, k21_ = 0, k13_ = 0, k31_ = 0, ka_ = 0;
+    double coef_[3] = {}, expo_[3] = {};
+    int nCpt_ = 1;       // compartments, or exponential modes of a macro form
+    bool bMacro_ = false; // amounts are modes whose sum is the central value
+    double tState_ = 0, tGetVal_ = 0;
+    void Reset(int n, bool bMacro);
+    void Propagate(double const* from, double dt, double* to) const;
+    double const* ValuesNow(double* buf) const;
 };
 
 // A member that reads, writes and adds to a value through the model's accessors, so that
@@ -74,4 +97,36 @@ class Property {
     operator T() const;
     Property& operator=(T const& v);
     Property& operator+=(T const& v);
+    Property& operator-=(T const& v);
+
+  private:
+    M* model_ = nullptr;
 };
+
+template <class M, class T, T (M::*Get)(), void (M::*Set)(T const&), void (M::*Add)(T const&)>
+void Property<M, T, Get, Set, Add>::Init(M* model) {
+    model_ = model;
+}
+
+template <class M, class T, T (M::*Get)(), void (M::*Set)(T const&), void (M::*Add)(T const&)>
+Property<M, T, Get, Set, Add>::operator T() const {
+    return (model_->*Get)();
+}
+
+template <class M, class T, T (M::*Get)(), void (M::*Set)(T const&), void (M::*Add)(T const&)>
+Property<M, T, Get, Set, Add>& Property<M, T, Get, Set, Add>::operator=(T const& v) {
+    (model_->*Set)(v);
+    return *this;
+}
+
+template <class M, class T, T (M::*Get)(), void (M::*Set)(T const&), void (M::*Add)(T const&)>
+Property<M, T, Get, Set, Add>& Property<M, T, Get, Set, Add>::operator+=(T const& v) {
+    (model_->*Add)(v);
+    return *this;
+}
+
+template <class M, class T, T (M::*Get)(), void (M::*Set)(T const&), void (M::*Add)(T const&)>
+Property<M, T, Get, Set, Add>& Property<M, T, Get, Set, Add>::operator-=(T const& v) {
+    (model_->*Add)(-v);
+    return *this;
+}

@@ -20,6 +20,10 @@ double norm();
 
 void _rec_observe(int iScen, int iRep, int iArm, int iSub, int iPer, LPCTSTR sInstance,
                   LPCTSTR sName, double value, LPCTSTR sUnits);
+void _rec_bolus(int iScen, int iRep, int iArm, int iSub, int iPer, LPCTSTR sInstance, LPCTSTR sName,
+                double amount, LPCTSTR sUnits, double value);
+void _rec_infuse(int iScen, int iRep, int iArm, int iSub, int iPer, LPCTSTR sInstance,
+                 LPCTSTR sName, double amount, LPCTSTR sUnits, double value, double rate);
 void _rec_covar(int iScen, int iRep, int iArm, int iSub, int iPer, LPCTSTR sInstance, LPCTSTR sName,
                 double value, LPCTSTR sUnits);
 void _rec_ranef(int iScen, int iRep, int iArm, int iSub, int iPer, LPCTSTR sInstance, LPCTSTR sName,
@@ -55,5 +59,41 @@ void GenWish(int n, double df, double const* precHalf, double* work, double* wor
 void GenChiSq(double df, double precHalf, double& out, int nSamples);
 void Scale(int n, double factor, double* a);
 
+// Inverse link functions of categorical observations.
+double ilogit(double x);
+double iprobit(double x);
+double iloglog(double x);
+double icloglog(double x);
+
 // The correction of the flow out of a transit chain of a non-integer number of stages.
 double _TransitCorrectionFactor(double n);
+
+// The solver of a subject's integrators: y' = f(t, y) from *x to *xend, leaving *x = *xend and
+// *ind = 3 on success. 'c' and 'w' are the caller's settings and work space.
+extern "C" void dverk_(int* n, void (*f)(int*, double*, double*, double*), double* x, double* y,
+                       double* xend, double* tol, int* ind, double* c, int* nw, double* w);
+
+// The allocation statement of a main procedure, as the call
+// _allocation(_strata(...), _arms(...), _block(...)): lists of numbers, at most 8 each.
+struct AllocationList {
+    int n;
+    double v[8];
+};
+
+template <class... T>
+AllocationList _strata(T... v) {
+    return AllocationList{int(sizeof...(v)), {double(v)...}};
+}
+
+template <class... T>
+AllocationList _arms(T... v) {
+    return AllocationList{int(sizeof...(v)), {double(v)...}};
+}
+
+template <class... T>
+AllocationList _block(T... v) {
+    return AllocationList{int(sizeof...(v)), {double(v)...}};
+}
+
+void _allocation(AllocationList const& strata, AllocationList const& arms,
+                 AllocationList const& block);

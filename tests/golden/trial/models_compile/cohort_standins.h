@@ -7,6 +7,7 @@ class subject : public StateMachine {
     double tLastSSTime;
     double tSubjectStartTime;
     int iArm, iSub, iPer, iSubpop;
+    int bStop;
     static void InitReplicate();
     static void InitScenario();
     static void InitGlobal();

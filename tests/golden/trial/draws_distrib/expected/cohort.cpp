@@ -239,6 +239,14 @@ void pk::InitSubject(){
 void pk::InitObservation(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
 }
+void pk::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void pk::StopSubject(){
+}
 extern void InitReplicate();
 void InitReplicate(){subject::InitReplicate();}
 void subject::InitReplicate(){

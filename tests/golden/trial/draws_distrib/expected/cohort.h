@@ -91,5 +91,7 @@ class pk : public PKPDModel {public:;
 	static void InitReplicate();
 	virtual void InitSubject();
 	void InitObservation();
+	virtual void StartSubject();
+	virtual void StopSubject();
 };
 #endif // COHORT_H_INCLUDED

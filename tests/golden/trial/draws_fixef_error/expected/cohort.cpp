@@ -158,6 +158,38 @@ void pk::InitObservation(){
 		eps1 = _a[0] * ErrorInflationFactor;
 	}
 }
+void pk::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void pk::StopSubject(){
+}
+void pk::Observe_C(int iScen, int iRep, int iArm, int iSub, int iPer){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	EvalSParms();
+	InitObservation();
+	#define sigma() ErrVarHalf1[0]
+	C = (A1 + eps1);
+	#undef  sigma
+	// record the value of C
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
+	_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _sInstance, "C", C, "");
+}
+void pk::Observe_E(int iScen, int iRep, int iArm, int iSub, int iPer){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	EvalSParms();
+	InitObservation();
+	#define sigma() ErrVarHalf1[0]
+	E = (A1 + eps1);
+	#undef  sigma
+	// record the value of E
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
+	_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _sInstance, "E", E, "");
+}
 double pd::FixefInflationFactor;
 double pd::ErrorInflationFactor;
 double pd::RanefInflationFactor;
@@ -274,6 +306,26 @@ void pd::InitObservation(){
 		SampleMVNLTRow(1, ErrVarHalf1, _work, _a, ENBOBS);
 		eps2 = _a[0] * ErrorInflationFactor;
 	}
+}
+void pd::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void pd::StopSubject(){
+}
+void pd::Observe_R(int iScen, int iRep, int iArm, int iSub, int iPer){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	EvalSParms();
+	InitObservation();
+	#define sigma() ErrVarHalf1[0]
+	R = (Emax + eps2);
+	#undef  sigma
+	// record the value of R
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
+	_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _sInstance, "R", R, "");
 }
 extern void InitReplicate();
 void InitReplicate(){subject::InitReplicate();}

@@ -97,6 +97,10 @@ class pk : public PKPDModel {public:;
 	static void InitReplicate();
 	virtual void InitSubject();
 	void InitObservation();
+	virtual void StartSubject();
+	virtual void StopSubject();
+	void Observe_C(int iScen, int iRep, int iArm, int iSub, int iPer);
+	void Observe_E(int iScen, int iRep, int iArm, int iSub, int iPer);
 };
 DECLARE_GLOBAL_SCALAR(double,pd_Emax,100);
 #ifndef IN_COHORT
@@ -154,5 +158,8 @@ class pd : public PKPDModel {public:;
 	static void InitReplicate();
 	virtual void InitSubject();
 	void InitObservation();
+	virtual void StartSubject();
+	virtual void StopSubject();
+	void Observe_R(int iScen, int iRep, int iArm, int iSub, int iPer);
 };
 #endif // COHORT_H_INCLUDED

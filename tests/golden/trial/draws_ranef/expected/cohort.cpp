@@ -203,6 +203,14 @@ void pk::InitSubject(){
 void pk::InitObservation(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
 }
+void pk::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void pk::StopSubject(){
+}
 double pd::FixefInflationFactor;
 double pd::ErrorInflationFactor;
 double pd::RanefInflationFactor;
@@ -313,6 +321,14 @@ void pd::InitSubject(){
 }
 void pd::InitObservation(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+}
+void pd::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void pd::StopSubject(){
 }
 extern void InitReplicate();
 void InitReplicate(){subject::InitReplicate();}

@@ -121,6 +121,8 @@ class pk : public PKPDModel {public:;
 	static void InitReplicate();
 	virtual void InitSubject();
 	void InitObservation();
+	virtual void StartSubject();
+	virtual void StopSubject();
 };
 DECLARE_GLOBAL_SCALAR(double,pd_Emax,100);
 #ifndef IN_COHORT
@@ -177,5 +179,7 @@ class pd : public PKPDModel {public:;
 	static void InitReplicate();
 	virtual void InitSubject();
 	void InitObservation();
+	virtual void StartSubject();
+	virtual void StopSubject();
 };
 #endif // COHORT_H_INCLUDED

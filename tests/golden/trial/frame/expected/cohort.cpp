@@ -137,6 +137,15 @@ void pk::InitObservation(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
 	double& Cin = *_pCin;
 }
+void pk::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void pk::StopSubject(){
+}
 double pd::FixefInflationFactor;
 double pd::ErrorInflationFactor;
 double pd::RanefInflationFactor;
@@ -238,6 +247,15 @@ void pd::InitSubject(){
 void pd::InitObservation(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
 	double& C = *_pC;
+}
+void pd::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& C = *_pC;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void pd::StopSubject(){
 }
 extern void InitReplicate();
 void InitReplicate(){subject::InitReplicate();}

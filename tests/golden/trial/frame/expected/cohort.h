@@ -86,6 +86,8 @@ class pk : public PKPDModel {public:;
 	static void InitReplicate();
 	virtual void InitSubject();
 	void InitObservation();
+	virtual void StartSubject();
+	virtual void StopSubject();
 };
 DECLARE_GLOBAL_SCALAR(double,pd_Emax,100);
 class pd : public PKPDModel {public:;
@@ -127,5 +129,7 @@ class pd : public PKPDModel {public:;
 	static void InitReplicate();
 	virtual void InitSubject();
 	void InitObservation();
+	virtual void StartSubject();
+	virtual void StopSubject();
 };
 #endif // COHORT_H_INCLUDED

@@ -241,9 +241,70 @@ void pk::InitSubject(){
 	double _temp2 = 0;
 	TCHAR sFileCell[512];
 	ResetIntegrators();
+	_delayTable_0.init();
 }
 void pk::InitObservation(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+}
+void pk::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+	{
+		StateMachine* pst = new pk_EventSim_1(this, iScen, iRep, _pSubj);
+		EnQueue(pst, 0, StateMachine::CurrentAbsTime(),  StateMachine::CurrentAbsEps());
+	}
+}
+void pk::StopSubject(){
+}
+void pk::Observe_n(int iScen, int iRep, int iArm, int iSub, int iPer){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	double _zprob = 0;
+	double _count = 0;
+	if ((ENBOBS ? unif() : 0.5) >= _zprob){
+		_count = rpoisson(_ht_n, ENBOBS); // sample the count
+	}
+	// record the value of n
+	_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _sInstance, "n", _count, "");
+	_ht_n = 0; // clear the integrator
+}
+void pk_EventSim_1::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_EventSim_1\n", nIndent, "");
+}
+void pk_EventSim_1::Run(int iState, double tAbsTime, double tAbsEps){
+	double& _ht = _model->_ht_ev;
+	double& _dt = _model->_dt_ev;
+	double _u, _probsurv;
+	_model->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	_model->EvalSParms();
+	DISP1;
+	while(!_pSubj->bStop){
+		_probsurv = exp( - _ht);
+		_ht = 0;
+		_u = (ENBOBS ? unif() : 0.5);
+		if (_u > _probsurv){
+			// the event occurred
+			_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "ev", 1, ""); // 1 means event happened
+		}
+		SLEEP(1, _dt, 0);
+	}
+	Finally();
+}
+void pk_EventSim_1::Finally(){
+	double& _ht = _model->_ht_ev;
+	double& _dt = _model->_dt_ev;
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
+	_pSubj->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		_model->EvalSParms();
+		// issue a right censor at end of subject regardless
+		_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "ev", 0, "");
+		Destroy();
+	}
 }
 extern void InitReplicate();
 void InitReplicate(){subject::InitReplicate();}

@@ -115,5 +115,22 @@ class pk : public PKPDModel {public:;
 	static void InitReplicate();
 	virtual void InitSubject();
 	void InitObservation();
+	virtual void StartSubject();
+	virtual void StopSubject();
+	void Observe_n(int iScen, int iRep, int iArm, int iSub, int iPer);
+};
+class pk_EventSim_1 : public StateMachine {public:;
+	virtual int GetType(){return 1;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_EventSim_1() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	LPCTSTR _sInstance;
+	int iScen, iRep;
+	int _dropout;	// set non-zero if dropping out due to event
+	pk_EventSim_1(pk* __model, int _iScen, int _iRep, subject* _psub) : _pSubj(_psub), _model(__model), _sInstance(__model->_sInstance), iScen(_iScen), iRep(_iRep), _dropout(0), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
 };
 #endif // COHORT_H_INCLUDED

@@ -116,6 +116,7 @@ void pk::GetInteg(int& zzn, double zzv[]){
 	}
 	zzv[zzn++] = D;
 	zzv[zzn++] = _ht_ev;
+	zzv[zzn++] = _ht_ev2;
 	zzv[zzn++] = _ht_n;
 }
 void pk::SetInteg(int& zzn, double zzv[]){
@@ -129,6 +130,7 @@ void pk::SetInteg(int& zzn, double zzv[]){
 	}
 	D = zzv[zzn++];
 	_ht_ev = zzv[zzn++];
+	_ht_ev2 = zzv[zzn++];
 	_ht_n = zzv[zzn++];
 }
 int pk::GetNInteg(){
@@ -141,6 +143,7 @@ int pk::GetNInteg(){
 	_n += 5; // zzY_T
 	_n++; // D
 	_n++; // ev
+	_n++; // ev2
 	_n++; // n
 	return _n;
 }
@@ -204,6 +207,7 @@ void pk::ResetIntegrators(){
 			D = 0;
 	D_rate = 0;
 	_ht_ev = 0;
+	_ht_ev2 = 0;
 	_ht_n = 0;
 }
 void pk::GetRate(int& zzn, double zzr[]){
@@ -240,6 +244,7 @@ void pk::GetRate(int& zzn, double zzr[]){
 	//       end of transit(T) code
 	zzr[zzn++] = D_rate;
 	zzr[zzn++] = (k * A1);
+	zzr[zzn++] = k;
 	zzr[zzn++] = (k * A2);
 }
 void pk::EvalGroup(){
@@ -250,6 +255,7 @@ void pk::EvalAssign(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
 	double& Cin = *_pCin;
 	E = C * wt + z;
+	_dt_ev2 = 1.0;
 	// transit(T) setup
 	zzN_T = ntr; // current number of stages (non-integer), truncated
 	if (zzN_T < 0) zzN_T = 0;
@@ -497,6 +503,7 @@ void pk::InitSubject(){
 	}
 	_rec_covar(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _sInstance, "p", p, "");
 	_rec_covar(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _sInstance, "q", q, "");
+	_delayTable_0.init();
 }
 void pk::InitObservation(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
@@ -514,6 +521,294 @@ void pk::InitObservation(){
 		eps2 = _a[0] * ErrorInflationFactor;
 	}
 }
+void pk::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+	{
+		StateMachine* pst = new pk_EventSim_1(this, iScen, iRep, _pSubj);
+		EnQueue(pst, 0, StateMachine::CurrentAbsTime(),  StateMachine::CurrentAbsEps());
+	}
+	{
+		StateMachine* pst = new pk_EventSim_2(this, iScen, iRep, _pSubj);
+		EnQueue(pst, 0, StateMachine::CurrentAbsTime(),  StateMachine::CurrentAbsEps());
+	}
+	{
+		StateMachine* pst = new pk_SeqSim_1(this);
+		EnQueue(pst, 0, StateMachine::CurrentAbsTime(),  StateMachine::CurrentAbsEps());
+	}
+	{
+		StateMachine* pst = new pk_SeqSim_2(this);
+		EnQueue(pst, 0, StateMachine::CurrentAbsTime(),  StateMachine::CurrentAbsEps());
+	}
+}
+void pk::StopSubject(){
+}
+void pk::Bolus_A1(int iScen, int iRep, double _v){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+	StateMachine* pst = new pk_Bolus_A1_1(this, iScen, iRep, _pSubj, 0.5, _v);
+	EnQueue(pst, 0, StateMachine::CurrentAbsTime(),  StateMachine::CurrentAbsEps());
+}
+void pk::Infuse_A1(int iScen, int iRep, double _v, double _r){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+	StateMachine* pst = new pk_Infusion_A1_1(this, iScen, iRep, _pSubj, 0.5, _v, _r);
+	EnQueue(pst, 0, StateMachine::CurrentAbsTime(),  StateMachine::CurrentAbsEps());
+}
+void pk::Observe_n(int iScen, int iRep, int iArm, int iSub, int iPer){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	double _zprob = 0;
+	double _count = 0;
+	if ((ENBOBS ? unif() : 0.5) >= _zprob){
+		_count = rpoisson(_ht_n, ENBOBS); // sample the count
+	}
+	// record the value of n
+	_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _sInstance, "n", _count, "");
+	_ht_n = 0; // clear the integrator
+}
+void pk::Observe_C(int iScen, int iRep, int iArm, int iSub, int iPer){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	EvalSParms();
+	InitObservation();
+	#define sigma() ErrVarHalf1[0]
+	C = (A1 / V + eps1);
+	#undef  sigma
+	// record the value of C
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
+	_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _sInstance, "C", C, "");
+}
+void pk::Observe_C2(int iScen, int iRep, int iArm, int iSub, int iPer){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& Cin = *_pCin;
+	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	EvalSParms();
+	InitObservation();
+	#define sigma() ErrVarHalf2[0]
+	C2 = (A2 / V + eps2);
+	#undef  sigma
+	// record the value of C2
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
+	_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _sInstance, "C2", C2, "");
+}
+void pk_Bolus_A1_1::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_Bolus_A1_1\n", nIndent, "");
+}
+void pk_Bolus_A1_1::Run(int iState, double tAbsTime, double tAbsEps){
+	_model->EvalSParms();
+	DISP1;
+	if (!_pSubj->bStop){
+		_pSubj->Advance(StateMachine::CurrentAbsTime());
+		_rec_bolus(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "", _model->A1);
+		SLEEP(1, _tlag, 0);
+		if (!_pSubj->bStop){
+			_pSubj->Advance(StateMachine::CurrentAbsTime());
+			_model->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+			_model->A1 += _amt;
+		}
+	}
+	Finally();
+}
+void pk_Bolus_A1_1::Finally(){
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		Destroy();
+	}
+}
+void pk_Infusion_A1_1::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_Infusion_A1_1\n", nIndent, "");
+}
+void pk_Infusion_A1_1::Run(int iState, double tAbsTime, double tAbsEps){
+	_model->EvalSParms();
+	DISP2;
+	if (!_pSubj->bStop){
+		_pSubj->Advance(StateMachine::CurrentAbsTime());
+		_rec_infuse(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "", _model->A1, _rate);
+		SLEEP(1, _tlag, 0);
+		if (!_pSubj->bStop){
+			_pSubj->Advance(StateMachine::CurrentAbsTime());
+			_model->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+			_model->A1_rate += _rate;
+			SLEEP(2, _amt / _rate, 0);
+			if (!_pSubj->bStop){
+				_pSubj->Advance(StateMachine::CurrentAbsTime());
+				_model->A1_rate -= _rate;
+			}
+		}
+	}
+	Finally();
+}
+void pk_Infusion_A1_1::Finally(){
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		Destroy();
+	}
+}
+void pk_Bolus_A1_2::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_Bolus_A1_2\n", nIndent, "");
+}
+void pk_Bolus_A1_2::Run(int iState, double tAbsTime, double tAbsEps){
+	_model->EvalSParms();
+	DISP1;
+	if (!_pSubj->bStop){
+		_pSubj->Advance(StateMachine::CurrentAbsTime());
+		_rec_bolus(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "", _model->A1);
+		SLEEP(1, _tlag, 0);
+		if (!_pSubj->bStop){
+			_pSubj->Advance(StateMachine::CurrentAbsTime());
+			_model->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+			_model->A1 += _amt;
+		}
+	}
+	Finally();
+}
+void pk_Bolus_A1_2::Finally(){
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		Destroy();
+	}
+}
+void pk_Infusion_A1_2::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_Infusion_A1_2\n", nIndent, "");
+}
+void pk_Infusion_A1_2::Run(int iState, double tAbsTime, double tAbsEps){
+	_model->EvalSParms();
+	DISP2;
+	if (!_pSubj->bStop){
+		_pSubj->Advance(StateMachine::CurrentAbsTime());
+		_rec_infuse(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "", _model->A1, _rate);
+		SLEEP(1, _tlag, 0);
+		if (!_pSubj->bStop){
+			_pSubj->Advance(StateMachine::CurrentAbsTime());
+			_model->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+			_model->A1_rate += _rate;
+			SLEEP(2, _amt / _rate, 0);
+			if (!_pSubj->bStop){
+				_pSubj->Advance(StateMachine::CurrentAbsTime());
+				_model->A1_rate -= _rate;
+			}
+		}
+	}
+	Finally();
+}
+void pk_Infusion_A1_2::Finally(){
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		Destroy();
+	}
+}
+void pk_EventSim_1::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_EventSim_1\n", nIndent, "");
+}
+void pk_EventSim_1::Run(int iState, double tAbsTime, double tAbsEps){
+	double& _ht = _model->_ht_ev;
+	double& _dt = _model->_dt_ev;
+	double _u, _probsurv;
+	_model->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	_model->EvalSParms();
+	DISP1;
+	while(!_pSubj->bStop){
+		_probsurv = exp( - _ht);
+		_ht = 0;
+		_u = (ENBOBS ? unif() : 0.5);
+		if (_u > _probsurv){
+			// the event occurred
+			_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "ev", 1, ""); // 1 means event happened
+		}
+		SLEEP(1, _dt, 0);
+	}
+	Finally();
+}
+void pk_EventSim_1::Finally(){
+	double& _ht = _model->_ht_ev;
+	double& _dt = _model->_dt_ev;
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
+	_pSubj->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		_model->EvalSParms();
+		// issue a right censor at end of subject regardless
+		_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "ev", 0, "");
+		Destroy();
+	}
+}
+void pk_EventSim_2::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_EventSim_2\n", nIndent, "");
+}
+void pk_EventSim_2::Run(int iState, double tAbsTime, double tAbsEps){
+	double& _ht = _model->_ht_ev2;
+	double& _dt = _model->_dt_ev2;
+	double _u, _probsurv;
+	_model->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	_model->EvalSParms();
+	DISP1;
+	while(!_pSubj->bStop){
+		_probsurv = exp( - _ht);
+		_ht = 0;
+		_u = (ENBOBS ? unif() : 0.5);
+		_pSubj->Advance(StateMachine::CurrentAbsTime());
+		if (_u > _probsurv){
+			// the event occurred
+			_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "ev2", 1, ""); // 1 means event happened
+			_dropout = 1; // dropout is requested
+			_pSubj->bStop = 1;
+			break;
+		} else {
+			SLEEP(1, _dt, 0);
+		}
+	}
+	Finally();
+}
+void pk_EventSim_2::Finally(){
+	double& _ht = _model->_ht_ev2;
+	double& _dt = _model->_dt_ev2;
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
+	_pSubj->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		_model->EvalSParms();
+		// if subject didn't drop out, issue a right censor
+		if (_dropout==0){
+			_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "ev2", 0, "");
+		}
+		Destroy();
+	}
+}
+void pk_SeqSim_1::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_SeqSim_1\n", nIndent, "");
+	if (pCaller) pCaller->Print(f, nIndent + 1);
+}
+void pk_SeqSim_1::Run(int iState, double tAbsTime, double tAbsEps){
+	double& A2 = _model->A2;
+	_model->EvalSParms();
+	switch(iState){case 1:goto L1;}
+	SLEEP(1, 1.0, 0);
+	A2 = 0.0;
+	Destroy();
+}
+void pk_SeqSim_2::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_SeqSim_2\n", nIndent, "");
+	if (pCaller) pCaller->Print(f, nIndent + 1);
+}
+void pk_SeqSim_2::Run(int iState, double tAbsTime, double tAbsEps){
+	double& A1 = _model->A1;
+	auto& Ac = _model->Ac;
+	_model->EvalSParms();
+	switch(iState){case 1:goto L1;}
+	while((A1 > 1.0))
+		{
+			SLEEP(1, 2.0, 0);
+			Ac += (1.0);
+		}
+	Destroy();
+}
 double pd::FixefInflationFactor;
 double pd::ErrorInflationFactor;
 double pd::RanefInflationFactor;
@@ -527,22 +822,45 @@ void pd::Print(FILE* f, int nIndent){
 }
 void pd::Init(){
 	PKPDModel::Init();
+		Ab.Init(this);
+		Ab_rate.Init(this);
+		Cb.Init(this);
 }
 void pd::CF2Advance(double dt){
+	_cf_Ab.Advance(dt);
 }
 void pd::CF2GetState(double* y){
+	y[0] = _cf_Ab.GetValA();
+	y[1] = _cf_Ab.GetVal1();
+	y[2] = _cf_Ab.GetVal2();
+	y[3] = _cf_Ab.GetVal3();
+	y[4] = _cf_Ab.GetRateA();
+	y[5] = _cf_Ab.GetRate1();
 }
 void pd::CF2SetState(double* y){
+	_cf_Ab.SetValA(y[0]);
+	_cf_Ab.SetVal1(y[1]);
+	_cf_Ab.SetVal2(y[2]);
+	_cf_Ab.SetVal3(y[3]);
+	_cf_Ab.SetRateA(y[4]);
+	_cf_Ab.SetRate1(y[5]);
 }
 void pd::SetTimeOfStateCF(double _t){
+	_cf_Ab.SetTimeOfStateCF(_t);
 }
 void pd::SetTimeOfGetValCF(double _t){
+	_cf_Ab.SetTimeOfGetValCF(_t);
 }
 void pd::CF2Init(double _t){
+	_cf_Ab.InitMacro1New(Cb, Ab, 1.0, ke);
+	SetTimeOfStateCF(_t);
+	SetTimeOfGetValCF(_t);
 }
 void pd::CF2ReInit(double _t){
-	double _state[6*0];
+	double _state[6*1];
+	_cf_Ab.GetState(_state+6*0);
 	CF2Init(_t);
+	_cf_Ab.SetState(_state+6*0);
 }
 void pd::GetInteg(int& zzn, double zzv[]){
 	zzv[zzn++] = Ce;
@@ -557,13 +875,18 @@ int pd::GetNInteg(){
 }
 void pd::GetStateSS(int& zzn, double zzv[]){
 	zzv[zzn++] = Ce;
+	_cf_Ab.GetState(zzv+zzn);
+	zzn += 6; // Ab
 }
 void pd::SetStateSS(int& zzn, double zzv[]){
 	Ce = zzv[zzn++];
+	_cf_Ab.SetState(zzv+zzn);
+	zzn += 6; // Ab
 }
 int pd::GetNStateSS(){
 	int _n = 0;
 	_n++; // Ce
+	_n += 6; // Ab
 	return _n;
 }
 void pd::ResetIntegrators(){
@@ -653,6 +976,16 @@ void pd::InitObservation(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
 	double& C = *_pC;
 	double& D = *_pD;
+}
+void pd::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	double& C = *_pC;
+	double& D = *_pD;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void pd::StopSubject(){
 }
 extern void InitReplicate();
 void InitReplicate(){subject::InitReplicate();}

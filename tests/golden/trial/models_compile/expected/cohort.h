@@ -135,8 +135,10 @@ class pk : public PKPDModel {public:;
 	double U;	// urine integrator
 	double U_rate;	// infusion rate
 	double _ht_ev;	// event/count integrator
+	double _ht_ev2;	// event/count integrator
 	double _ht_n;	// event/count integrator
 	double _dt_ev;	// event repeat time
+	double _dt_ev2;	// event repeat time
 	double D;	// integrator
 	double D_rate;	// transit2 infusion rate
 	double T_rate;	// infusion rate into dosing compartment
@@ -207,6 +209,121 @@ class pk : public PKPDModel {public:;
 	static void InitReplicate();
 	virtual void InitSubject();
 	void InitObservation();
+	virtual void StartSubject();
+	virtual void StopSubject();
+	void Bolus_A1(int iScen, int iRep, double _v);
+	void Infuse_A1(int iScen, int iRep, double _v, double _r);
+	void Observe_n(int iScen, int iRep, int iArm, int iSub, int iPer);
+	void Observe_C(int iScen, int iRep, int iArm, int iSub, int iPer);
+	void Observe_C2(int iScen, int iRep, int iArm, int iSub, int iPer);
+};
+class pk_Bolus_A1_1 : public StateMachine {public:;
+	virtual int GetType(){return 1;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_Bolus_A1_1() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	int iScen, iRep;
+	double _tlag, _amt;
+	pk_Bolus_A1_1(pk* __model, int _iScen, int _iRep, subject* _psub, double __tlag, double __amt) : _pSubj(_psub), _model(__model), iScen(_iScen), iRep(_iRep), _tlag(__tlag), _amt(__amt), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
+};
+class pk_Infusion_A1_1 : public StateMachine {public:;
+	virtual int GetType(){return 2;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_Infusion_A1_1() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	int iScen, iRep, iArm, iSub, iPer;
+	double _tlag, _amt, _rate;
+	pk_Infusion_A1_1(pk* __model, int _iScen, int _iRep, subject* _psub, double __tlag, double __amt, double __rate) : _pSubj(_psub), _model(__model), iScen(_iScen), iRep(_iRep), _tlag(__tlag), _amt(__amt), _rate(__rate), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
+};
+class pk_Bolus_A1_2 : public StateMachine {public:;
+	virtual int GetType(){return 3;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_Bolus_A1_2() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	int iScen, iRep;
+	double _tlag, _amt;
+	pk_Bolus_A1_2(pk* __model, int _iScen, int _iRep, subject* _psub, double __tlag, double __amt) : _pSubj(_psub), _model(__model), iScen(_iScen), iRep(_iRep), _tlag(__tlag), _amt(__amt), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
+};
+class pk_Infusion_A1_2 : public StateMachine {public:;
+	virtual int GetType(){return 4;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_Infusion_A1_2() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	int iScen, iRep, iArm, iSub, iPer;
+	double _tlag, _amt, _rate;
+	pk_Infusion_A1_2(pk* __model, int _iScen, int _iRep, subject* _psub, double __tlag, double __amt, double __rate) : _pSubj(_psub), _model(__model), iScen(_iScen), iRep(_iRep), _tlag(__tlag), _amt(__amt), _rate(__rate), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
+};
+class pk_EventSim_1 : public StateMachine {public:;
+	virtual int GetType(){return 5;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_EventSim_1() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	LPCTSTR _sInstance;
+	int iScen, iRep;
+	int _dropout;	// set non-zero if dropping out due to event
+	pk_EventSim_1(pk* __model, int _iScen, int _iRep, subject* _psub) : _pSubj(_psub), _model(__model), _sInstance(__model->_sInstance), iScen(_iScen), iRep(_iRep), _dropout(0), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
+};
+class pk_EventSim_2 : public StateMachine {public:;
+	virtual int GetType(){return 6;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_EventSim_2() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	LPCTSTR _sInstance;
+	int iScen, iRep;
+	int _dropout;	// set non-zero if dropping out due to event
+	pk_EventSim_2(pk* __model, int _iScen, int _iRep, subject* _psub) : _pSubj(_psub), _model(__model), _sInstance(__model->_sInstance), iScen(_iScen), iRep(_iRep), _dropout(0), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
+};
+class pk_SeqSim_1 : public StateMachine {public:;
+	virtual int GetType(){return 7;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_SeqSim_1() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	StateMachine* pCaller;
+	int iStateCaller;
+	int _nSubordinate[5];
+	int _dropout;	// set non-zero if dropping out due to event
+	pk_SeqSim_1(pk* __model) : _pSubj(__model->_pSubj), _model(__model), pCaller(0L), iStateCaller(-1), _dropout(0), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+};
+class pk_SeqSim_2 : public StateMachine {public:;
+	virtual int GetType(){return 8;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_SeqSim_2() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	StateMachine* pCaller;
+	int iStateCaller;
+	int _nSubordinate[5];
+	int _dropout;	// set non-zero if dropping out due to event
+	pk_SeqSim_2(pk* __model) : _pSubj(__model->_pSubj), _model(__model), pCaller(0L), iStateCaller(-1), _dropout(0), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
 };
 DECLARE_GLOBAL_SCALAR(double,pd_Emax,100);
 #ifndef IN_COHORT
@@ -229,7 +346,7 @@ DECLARE_GLOBAL_VECTOR(double,pd_work1Vecsq,1);
 DECLARE_GLOBAL_VECTOR(double,pd_omega1Inverse,1);
 DECLARE_GLOBAL_SCALAR(int,pd_nDFOmega,0);
 class pd : public PKPDModel {public:;
-	virtual int GetType(){return 1;}
+	virtual int GetType(){return 9;}
 	LPCTSTR _sInstance;
 	subject* _pSubj;
 	virtual void Print(FILE* f, int nIndent);
@@ -249,6 +366,19 @@ class pd : public PKPDModel {public:;
 	double ke;	// structural
 	double Ce;	// integrator
 	double Ce_rate;	// infusion rate
+	Ccf2machine _cf_Ab;
+	double _Get_Ab(){return _cf_Ab.GetVal1();}
+	void   _Set_Ab(const double& _v){_cf_Ab.SetVal1(_v);}
+	void   _Add_Ab(const double& _v){_cf_Ab.AddVal1(_v);}
+	Property<pd, double, &pd::_Get_Ab, &pd::_Set_Ab, &pd::_Add_Ab> Ab;
+	double _GetRate_Ab(){return _cf_Ab.GetRate1();}
+	void   _SetRate_Ab(const double& _v){_cf_Ab.SetRate1(_v);}
+	void   _AddRate_Ab(const double& _v){_cf_Ab.AddRate1(_v);}
+	Property<pd, double, &pd::_GetRate_Ab, &pd::_SetRate_Ab, &pd::_AddRate_Ab> Ab_rate;
+	double _Get_Cb(){return _cf_Ab.GetVal1() / (Ab);}
+	void   _Set_Cb(const double& _v){_cf_Ab.SetVal1(_v);}
+	void   _Add_Cb(const double& _v){_cf_Ab.AddVal1(_v);}
+	Property<pd, double, &pd::_Get_Cb, &pd::_Set_Cb, &pd::_Add_Cb> Cb;
 	double E;	// assigned
 	void Init();
 	virtual void CF2Advance(double dt);
@@ -274,5 +404,7 @@ class pd : public PKPDModel {public:;
 	static void InitReplicate();
 	virtual void InitSubject();
 	void InitObservation();
+	virtual void StartSubject();
+	virtual void StopSubject();
 };
 #endif // COHORT_H_INCLUDED

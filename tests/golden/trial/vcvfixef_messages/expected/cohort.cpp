@@ -125,6 +125,14 @@ void m1::InitSubject(){
 void m1::InitObservation(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
 }
+void m1::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void m1::StopSubject(){
+}
 double m2::FixefInflationFactor;
 double m2::ErrorInflationFactor;
 double m2::RanefInflationFactor;
@@ -259,6 +267,14 @@ void m2::InitObservation(){
 		e2 = _a[0] * ErrorInflationFactor;
 	}
 }
+void m2::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void m2::StopSubject(){
+}
 double m3::FixefInflationFactor;
 double m3::ErrorInflationFactor;
 double m3::RanefInflationFactor;
@@ -360,6 +376,14 @@ void m3::InitSubject(){
 }
 void m3::InitObservation(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+}
+void m3::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void m3::StopSubject(){
 }
 double m4::FixefInflationFactor;
 double m4::ErrorInflationFactor;
@@ -471,6 +495,14 @@ void m4::InitObservation(){
 		SampleMVNLTRow(1, ErrVarHalf1, _work, _a, ENBOBS);
 		e = _a[0] * ErrorInflationFactor;
 	}
+}
+void m4::StartSubject(){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	// this must happen after covariates are drawn
+	EvalSParms();
+	CF2Init(StateMachine::CurrentAbsTime());
+}
+void m4::StopSubject(){
 }
 extern void InitReplicate();
 void InitReplicate(){subject::InitReplicate();}
