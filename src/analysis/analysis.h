@@ -6,7 +6,9 @@
 #include "expr/expr.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -197,3 +199,55 @@ void PropagateUnits(cn const& body, SV const& params, SV const& fixefs, char con
 // CN_UNIT_TIME when empty). Sets 'iChanged' when anything got units.
 void PropagateUnitsOneStatement(N const& stmt, NV const& stmts, char const* context, SV& names,
                                 NV& table, N const& time, int& iChanged);
+
+// ---- Units of a trial program (cohort_units.cpp) --------------------------------------------
+// One table for the whole script, its names qualified by model instance: the units blocks
+// give the start, the joins share units between the two sides, and the model rules do the rest.
+
+// Infers the units of the trial's models over their instances; with a units block,
+// 'sTimeUnits' becomes the text of the time unit ("h" unless the block gives t).
+void CohortPropagateUnits(NV const& models, NV const& joins, NV const& unitBlocks,
+                          String& sTimeUnits);
+// The plain text of a unit expression, CN_UNIT_TIME printed as 'sTime': appended to 'out', or
+// printed to 'fp'.
+void GenCohortUnits(cn const& units, String& out, String const& sTime);
+void GenCohortUnits(cn const& units, FILE* fp, String const& sTime);
+// The text of the time unit: the table's entry "t", or "h" when there is none.
+void GetCohortTimeUnitsName(SV const& names, NV const& units, String& out);
+// The unit text of a node of a trial model, the time unit printed as 'sTime'; empty when the
+// node has no units.
+void GetCohortUnitText(cn const& node, String const& sTime, String& out);
+// The unit text of variable 'name' of model instance 'context' in the trial's table; empty when
+// the table has no entry for it.
+void GetCohortVarUnitText(char const* context, char const* name, String const& sTime, String& out);
+
+// ---- File samplers (samplers.cpp, sampler_checks.cpp) ----------------------------------------
+// A value of a trial model drawn from the rows of a file: a covariate by the sample clause of a
+// distribution, fixed effects, random effects and errors by the sample statement.
+
+struct SamplerInfo {
+    std::string model;   // the model that holds it
+    std::string sampler; // the generated FileSampler object, "_sampler<n>"
+    std::string file;    // the file to read
+    int mode = 0;        // 0 linear, 1 random
+    N node;              // the Dist or Sample it came from
+};
+
+// Every sampler of the run, in the order found.
+extern std::vector<SamplerInfo> samplings;
+// The number of the next sampler; it runs on over all models of the run.
+extern int nSampler;
+
+// Empties 'samplings' and collects the samplers of each model.
+void CollectSamplers(NV const& models);
+// Adds the samplers of one model.
+void CollectSamplers(cn const& model);
+// The record of a Dist with a sample clause or of a Sample statement, numbered 'number';
+// nothing for any other node.
+std::optional<SamplerInfo> GetSamplerInfo(std::string const& model, N const& node, int number);
+// Checks what the samplers of 'model' draw against its declarations; a sampler at fault is
+// reported and ends the run with status 1.
+void CheckSamplers(cn const& model);
+// The model's fixed effects, random effects, errors, and its random-effect groups by kind,
+// for the checks above.
+void CollectVariables(cn const& model);

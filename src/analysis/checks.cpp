@@ -179,11 +179,13 @@ void CGenCode::GenDllPhase1GetSemanticErrors() const {
 }
 
 // The samplers of one trial model are checked against it.
-void CheckModel(cn const&) {}
+void CheckModel(cn const& model) {
+    CheckSamplers(model);
+}
 
 void CheckModels(NV const& models) {
     for (N const& model : models)
-        CheckModel(model);
+        CheckSamplers(model);
 }
 
 // 'node' rebuilt with each variable of 'names' replaced by one number 0, the same node for

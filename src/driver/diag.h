@@ -50,12 +50,13 @@ struct syntax_error {
     syntax_error(std::string m, char const* p) : msg(std::move(m)), pos(p) {}
 };
 
-// Thrown by the checks of the file samplers against a model.
+// Thrown by the checks of the file samplers against a model: the model, the name at fault,
+// the message, and the text of the statement that holds the sampler.
 struct semantic_error {
+    std::string model;
+    std::string name;
     std::string msg;
-    char const* pos = nullptr;
-
-    semantic_error(std::string m, char const* p) : msg(std::move(m)), pos(p) {}
+    std::string extra;
 };
 
 [[noreturn]] void syntax_err(char const* msg, char const* pos);

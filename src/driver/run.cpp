@@ -37,9 +37,10 @@ int doit() {
     if (bTrialSimulation) {
         ReadCohortFile(sInFile, includes);
         if (bFatalError) return 1;
-        // The samplers are collected and the units propagated here once those steps exist.
+        CollectSamplers(paModel);
         CheckModels(paModel);
         String sTimeUnits;
+        CohortPropagateUnits(paModel, paJoin, paUnits, sTimeUnits);
         CGenCode3 trial;
         trial.GenCohortExe("cohort.cpp", "cohort.h", includes, paModel, paJoin, paProc, paGlobalInt,
                            paGlobalDbl, sTimeUnits);

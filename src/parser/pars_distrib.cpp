@@ -287,14 +287,17 @@ void parsDistribRHSPrimaryAndLimits(char const*& p, N& out) {
 // subpop: rhs [ "," sample-clause ]. An empty right side adds nothing to the list.
 void parsSubpop(char const*& p, int* cats, N& out, N subpops, int* count) {
     Dist* dist = nullptr;
+    char const* start = ScanWhite(p);
     parsDistribRHS(p, cats, dist);
     if (IsErrorSet() || !dist) return;
     std::shared_ptr<Dist> owned(dist);
+    char const* end = p;
     char const* mark = ScanWhite(p);
     if (seeChar(p, ',') && !parse_sample(p, owned.get())) {
         if (IsErrorSet()) return;
         p = mark; // the comma belongs to the caller
     }
+    owned->pos = get_pos(start, owned->pSampleOption ? p : end); // with its sample clause
     out = owned;
     subpops->list.push_back(out);
     ++*count;

@@ -168,5 +168,6 @@ bool parsSampleStmt(char const*& p, N& out) {
         return true;
     }
     out = N(sample);
+    out->pos = get_pos(start, p); // the whole statement, for the reports of the sampler checks
     return true;
 }

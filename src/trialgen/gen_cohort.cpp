@@ -117,20 +117,28 @@ void CGenCode3::GenCohortSourceTop(char const* sourcePath, char const* headerPat
 
 // Header and source grow side by side: a class's declarations go to cohort.h while the bodies
 // of its routines go to cohort.cpp. The samplers' declarations, the model classes with their
-// routines and the procedure classes with their Run functions take their places between the
-// tops and the routines of subject.
+// routines and the procedure classes take their places between the tops and the routines of
+// subject; the Run functions of the procedures follow the steady-state routines. Whom each
+// procedure starts or calls is checked first, so that a refused script leaves no file.
 void CGenCode3::GenCohortExe(char const* sourcePath, char const* headerPath, NV const& includes,
-                             NV const& models, NV const& joins, NV const& /*procs*/, NV const& ints,
-                             NV const& doubles, String const& /*sTimeUnits*/) {
+                             NV const& models, NV const& joins, NV const& procs, NV const& ints,
+                             NV const& doubles, String const& sTimeText) {
+    pJoins = joins;
+    sTimeUnits = sTimeText;
+    CheckCohortProcCalls(procs);
     if (!OpenFiles(sourcePath, headerPath)) return;
     GenCohortHeaderTop(headerPath, includes, ints, doubles);
     GenCohortSourceTop(sourcePath, headerPath);
     DefineSamplers(fpHeader);
     for (N const& model : models)
         GenCohortModelClass(model, model->child1->name);
+    for (N const& proc : procs)
+        GenCohortProcClass(proc, joins, models, "\t");
     for (int code = 1; code <= 21; code++)
         GenCohortMiscRoutineOverAllModels(joins, code);
     GenCohortSSRoutines();
+    for (N const& proc : procs)
+        GenCohortProcRunFunction(proc, "\t", joins, models, ints, procs);
     fprintf(fpHeader, "#endif // COHORT_H_INCLUDED\n");
     std::vector<SettableVar> vars = GetSettableVarList(models, ints, doubles);
     GenGetSettableVars(vars);

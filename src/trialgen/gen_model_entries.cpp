@@ -1,6 +1,7 @@
 // The entry points of a trial model that a script calls: StartSubject, which starts the
 // model's event and sequence machines, StopSubject, the dose routines Bolus_ and Infuse_, and
 // one Observe_ for each observation statement, which draws and records its value.
+#include "analysis/analysis.h"
 #include "driver/driver.h"
 #include "modelgen/modelgen.h"
 #include "trialgen/trialgen.h"
@@ -307,7 +308,10 @@ void CGenCode3::GenModelEntries(NV const& stmts) {
         if (IsRecordedObservation(s)) GenObserveEntry(s);
 }
 
-// The unit text of a model variable in the records, "" when it has none.
-std::string CGenCode3::GetUnitText(char const* /*name*/) {
-    return "";
+// The unit text of a model variable in the records, as the trial's units give it to the
+// model's first instance; "" when it has none, or only the unknown unit named after itself.
+std::string CGenCode3::GetUnitText(char const* name) {
+    String text;
+    GetCohortVarUnitText(GetFirstInstanceName(sModelClass, pJoins), name, sTimeUnits, text);
+    return text == name ? "" : (char const*)text;
 }

@@ -27,3 +27,10 @@ char const* GetInstanceModelName(char const* instance, NV const& joins) {
     N item = FindJoinItem(joins, instance);
     return item ? (char const*)item->child2->child1->name : nullptr;
 }
+
+char const* GetFirstInstanceName(char const* model, NV const& joins) {
+    for (N const& join : joins)
+        for (N const& item : join->list)
+            if (item->child2->child1->name == model) return item->child1->name;
+    return model;
+}

@@ -219,6 +219,8 @@ class CGenCode3 {
     void GenCountZprob(N const& s);
     void GenCountBody(N const& s);
     void GenObserveEntry(N const& s);
+    NV pJoins;         // the join blocks of the script
+    String sTimeUnits; // the text of the time unit in unit texts
     std::string GetUnitText(char const* name);
 
     // The procedures of the script, each a state-machine class: its declaration in cohort.h,
@@ -320,3 +322,5 @@ int FindModelByName(char const* name, NV const& models);
 int GetModelNameFromInstanceName(NV const& joins, char const* instance, String& modelName);
 // The model name of the instance, or null.
 char const* GetInstanceModelName(char const* instance, NV const& joins);
+// The first instance that the join blocks declare of the model, or the model's own name.
+char const* GetFirstInstanceName(char const* model, NV const& joins);

@@ -71,25 +71,32 @@ if(DEFINED CXX AND DEFINED ENGINE_DIR)
   endforeach()
 endif()
 
-# A produced cohort.cpp is compiled against the trial run-time headers when the case brings
-# stand-ins for the classes that no generator writes yet: its cohort_standins.h goes into a
-# copy of cohort.h, ahead of the header's closing "#endif".
-if(DEFINED CXX AND DEFINED TRIAL_ENGINE_DIR AND EXISTS ${CASE_DIR}/cohort_standins.h
-   AND EXISTS ${run_dir}/cohort.cpp)
-  set(compile_dir ${WORK_DIR}/compile)
-  file(MAKE_DIRECTORY ${compile_dir})
-  file(READ ${run_dir}/cohort.h header)
-  file(READ ${CASE_DIR}/cohort_standins.h standins)
-  string(FIND "${header}" "#endif // COHORT_H_INCLUDED" at REVERSE)
-  if(at EQUAL -1)
-    message(FATAL_ERROR "generated cohort.h has no closing #endif")
+# A produced cohort.cpp is compiled against the trial run-time headers when its script has the
+# procedures subject and main, without which the program is not whole, and every file that the
+# script includes stands beside it.
+set(trial_scripts "")
+if(EXISTS ${run_dir}/cohort.cpp AND EXISTS ${run_dir}/cohort.h)
+  file(GLOB trial_scripts ${run_dir}/*.trial)
+endif()
+set(compile_cohort FALSE)
+foreach(script ${trial_scripts})
+  file(READ ${script} script_text)
+  string(REGEX REPLACE "#[^\n]*" "" script_text "${script_text}") # comments
+  if(script_text MATCHES "(^|[^A-Za-z0-9_])subject[ \t\r\n]*\\("
+     AND script_text MATCHES "(^|[^A-Za-z0-9_])main[ \t\r\n]*\\(")
+    set(compile_cohort TRUE)
   endif()
-  string(SUBSTRING "${header}" 0 ${at} head)
-  string(SUBSTRING "${header}" ${at} -1 tail)
-  file(WRITE ${compile_dir}/cohort.h "${head}${standins}${tail}")
-  file(COPY ${run_dir}/cohort.cpp DESTINATION ${compile_dir})
+  string(REGEX MATCHALL "include[ \t]*\\([ \t]*\"[^\"]*\"" includes "${script_text}")
+  foreach(include ${includes})
+    string(REGEX REPLACE "^[^\"]*\"([^\"]*)\"$" "\\1" included "${include}")
+    if(NOT EXISTS ${run_dir}/${included})
+      set(compile_cohort FALSE)
+    endif()
+  endforeach()
+endforeach()
+if(DEFINED CXX AND DEFINED TRIAL_ENGINE_DIR AND compile_cohort)
   execute_process(COMMAND ${CXX} -std=c++17 -fsyntax-only -I${TRIAL_ENGINE_DIR} -I${run_dir}
-      ${compile_dir}/cohort.cpp
+      ${run_dir}/cohort.cpp
     RESULT_VARIABLE compile_result
     ERROR_VARIABLE compile_errors)
   if(NOT compile_result EQUAL 0)

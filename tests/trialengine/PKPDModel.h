@@ -80,7 +80,7 @@ class Ccf2machine {
     double y_[6] = {};
     double k_ = 0, k12_ = 0, k21_ = 0, k13_ = 0, k31_ = 0, ka_ = 0;
     double coef_[3] = {}, expo_[3] = {};
-    int nCpt_ = 1;       // compartments, or exponential modes of a macro form
+    int nCpt_ = 1;        // compartments, or exponential modes of a macro form
     bool bMacro_ = false; // amounts are modes whose sum is the central value
     double tState_ = 0, tGetVal_ = 0;
     void Reset(int n, bool bMacro);

@@ -80,18 +80,15 @@ struct AllocationList {
     double v[8];
 };
 
-template <class... T>
-AllocationList _strata(T... v) {
+template <class... T> AllocationList _strata(T... v) {
     return AllocationList{int(sizeof...(v)), {double(v)...}};
 }
 
-template <class... T>
-AllocationList _arms(T... v) {
+template <class... T> AllocationList _arms(T... v) {
     return AllocationList{int(sizeof...(v)), {double(v)...}};
 }
 
-template <class... T>
-AllocationList _block(T... v) {
+template <class... T> AllocationList _block(T... v) {
     return AllocationList{int(sizeof...(v)), {double(v)...}};
 }
 

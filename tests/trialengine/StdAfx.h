@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdio>
+#include <string>
+#include <vector>
 
 typedef char const* LPCTSTR;
 typedef int BOOL;
@@ -13,4 +15,7 @@ class CStringArray {
   public:
     void clear();
     void push_back(LPCTSTR s);
+
+  private:
+    std::vector<std::string> names_;
 };

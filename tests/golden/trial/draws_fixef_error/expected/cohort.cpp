@@ -581,6 +581,59 @@ bool subject::GetSS(){
 	}
 	StateMachine::SetInSteadyState(false); return false;
 }
+void main::Run(int iState, double tAbsTime, double tAbsEps){
+	double t = tAbsTime - tMachineStartTime;
+	switch(iState){case 1:goto L1;}
+	_nSubordinate[0] = 1;
+	{
+	}
+	L1:; if (--_nSubordinate[0] > 0) return;
+	Finally();
+}
+void main::Finally(){
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		if (pCaller && iStateCaller >= 0) EnQueue(pCaller, iStateCaller);
+		Destroy();
+	}
+}
+void main::Print(FILE* f, int nIndent){
+	fprintf(f, "%*smain\n", nIndent, "");
+	if (pCaller) pCaller->Print(f, nIndent + 1);
+}
+void subject::Run(int iState, double tAbsTime, double tAbsEps){
+	double t = tAbsTime - tMachineStartTime;
+	Advance(tAbsTime);
+	switch(iState){case 1:goto L1;case 2:goto L2;}
+	_nSubordinate[0] = 1;
+	_bAbortingSubject = 0;
+	InitSubject();
+	if (_bAbortingSubject){
+		StopSubject();
+		Finally();
+		return;
+	}
+	StartSubject();
+	{
+	}
+	L1:; if (--_nSubordinate[0] > 0) return;
+	StopSubject();
+	// allow any event sims to finish
+	bStop = 1;
+	SLEEP(2, 0, 10);
+	Finally();
+}
+void subject::Finally(){
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		if (pCaller && iStateCaller >= 0) EnQueue(pCaller, iStateCaller);
+		Destroy();
+	}
+}
+void subject::Print(FILE* f, int nIndent){
+	fprintf(f, "%*ssubject\n", nIndent, "");
+	if (pCaller) pCaller->Print(f, nIndent + 1);
+}
 void GetSettableVars(CStringArray& sa){
 	sa.clear();
 	sa.push_back("iScen");

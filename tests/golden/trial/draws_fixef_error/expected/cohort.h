@@ -162,4 +162,70 @@ class pd : public PKPDModel {public:;
 	virtual void StopSubject();
 	void Observe_R(int iScen, int iRep, int iArm, int iSub, int iPer);
 };
+class main : public StateMachine {public:;
+	virtual int GetType(){return 2;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	main() : pCaller(0L), iStateCaller(-1) {}
+	StateMachine* pCaller;
+	int _nSubordinate[5];
+	int iStateCaller;
+	main(StateMachine* _pc, int _istc) : pCaller(_pc), iStateCaller(_istc), _pSubj(NULL), tMachineStartTime(StateMachine::CurrentAbsTime()), StateMachine(){
+	}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
+};
+class subject : public StateMachine {public:;
+	virtual int GetType(){return 3;}
+	subject* _pSubj;
+	double tLastAbsTime;
+	double tLastSSTime;
+	static void InitReplicate();
+	static void InitScenario();
+	static void InitGlobal();
+	void InitSubject();
+	void StartSubject();
+	void StopSubject();
+	void EvalGroup();
+	void EvalAssign();
+	void CF2Advance(double dt);
+	void EvalSParms();
+	int GetNInteg();
+	void SetInteg(int& zzn, double zzv[]);
+	void GetInteg(int& zzn, double zzv[]);
+	void GetRate(int& zzn, double zzr[]);
+	void SetTimeOfStateCF(double _t);
+	void SetTimeOfGetValCF(double _t);
+	int GetNStateSS();
+	void GetStateSS(int& zzn, double zzv[]);
+	void SetStateSS(int& zzn, double zzv[]);
+	void Deriv(double zzv[], double zzr[]);
+	void Advance(double tEnd);
+	ssState ss;
+	void StartSS();
+	bool GetSS();
+	pk a;
+	pd e;
+	virtual void Print(FILE* f, int nIndent);
+	subject() : pCaller(0L), iStateCaller(-1) {}
+	StateMachine* pCaller;
+	int _nSubordinate[5];
+	int iStateCaller;
+	int bStop;
+	subject(StateMachine* _pc, int _istc) : pCaller(_pc), iStateCaller(_istc), _pSubj(this), tSubjectStartTime(StateMachine::CurrentAbsTime()), tLastAbsTime(StateMachine::CurrentAbsTime()), tLastSSTime(0), tMachineStartTime(StateMachine::CurrentAbsTime()), StateMachine(){
+		bStop = 0;
+		iArm = -1;
+		iPer = -1;
+		a._sInstance = strdup("a");
+		a._pSubj = this;
+		e._sInstance = strdup("e");
+		e._pSubj = this;
+	}
+	double tMachineStartTime;
+	double tSubjectStartTime;
+	virtual int IsSubject(){return 1;}
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
+};
 #endif // COHORT_H_INCLUDED

@@ -292,7 +292,7 @@ void pk_Bolus_A1_1::Run(int iState, double tAbsTime, double tAbsEps){
 	DISP1;
 	if (!_pSubj->bStop){
 		_pSubj->Advance(StateMachine::CurrentAbsTime());
-		_rec_bolus(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "", _model->A1);
+		_rec_bolus(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "mg", _model->A1);
 		SLEEP(1, _tlag, 0);
 		if (!_pSubj->bStop){
 			_pSubj->Advance(StateMachine::CurrentAbsTime());
@@ -316,7 +316,7 @@ void pk_Infusion_A1_1::Run(int iState, double tAbsTime, double tAbsEps){
 	DISP2;
 	if (!_pSubj->bStop){
 		_pSubj->Advance(StateMachine::CurrentAbsTime());
-		_rec_infuse(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "", _model->A1, _rate);
+		_rec_infuse(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "mg", _model->A1, _rate);
 		SLEEP(1, _tlag, 0);
 		if (!_pSubj->bStop){
 			_pSubj->Advance(StateMachine::CurrentAbsTime());
@@ -345,7 +345,7 @@ void pk_Bolus_A1_2::Run(int iState, double tAbsTime, double tAbsEps){
 	DISP1;
 	if (!_pSubj->bStop){
 		_pSubj->Advance(StateMachine::CurrentAbsTime());
-		_rec_bolus(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "", _model->A1);
+		_rec_bolus(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "mg", _model->A1);
 		SLEEP(1, _tlag, 0);
 		if (!_pSubj->bStop){
 			_pSubj->Advance(StateMachine::CurrentAbsTime());
@@ -369,7 +369,7 @@ void pk_Infusion_A1_2::Run(int iState, double tAbsTime, double tAbsEps){
 	DISP2;
 	if (!_pSubj->bStop){
 		_pSubj->Advance(StateMachine::CurrentAbsTime());
-		_rec_infuse(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "", _model->A1, _rate);
+		_rec_infuse(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "A1", _amt, "mg", _model->A1, _rate);
 		SLEEP(1, _tlag, 0);
 		if (!_pSubj->bStop){
 			_pSubj->Advance(StateMachine::CurrentAbsTime());
@@ -731,6 +731,67 @@ bool subject::GetSS(){
 		}
 	}
 	StateMachine::SetInSteadyState(false); return false;
+}
+void main::Run(int iState, double tAbsTime, double tAbsEps){
+	double t = tAbsTime - tMachineStartTime;
+	switch(iState){case 1:goto L1;}
+	_nSubordinate[0] = 1;
+	{
+		++_nSubordinate[0];
+		START(new subject(this, 1));
+	}
+	L1:; if (--_nSubordinate[0] > 0) return;
+	Finally();
+}
+void main::Finally(){
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		if (pCaller && iStateCaller >= 0) EnQueue(pCaller, iStateCaller);
+		Destroy();
+	}
+}
+void main::Print(FILE* f, int nIndent){
+	fprintf(f, "%*smain\n", nIndent, "");
+	if (pCaller) pCaller->Print(f, nIndent + 1);
+}
+void subject::Run(int iState, double tAbsTime, double tAbsEps){
+	double t = tAbsTime - tMachineStartTime;
+	Advance(tAbsTime);
+	switch(iState){case 1:goto L1;case 2:goto L2;case 3:goto L3;}
+	_nSubordinate[0] = 1;
+	_bAbortingSubject = 0;
+	InitSubject();
+	if (_bAbortingSubject){
+		StopSubject();
+		Finally();
+		return;
+	}
+	StartSubject();
+	{
+		_pSubj->a.Bolus_A1(iScen, iRep, 100.0);
+		_pSubj->a.Infuse_A1(iScen, iRep, 100.0, 10.0);
+		_pSubj->a.Bolus_A2(iScen, iRep, 50.0);
+		_pSubj->a.Bolus_Aa(iScen, iRep, 20.0);
+		SLEEP(2, 24.0, 0);
+		Advance(StateMachine::CurrentAbsTime());
+	}
+	L1:; if (--_nSubordinate[0] > 0) return;
+	StopSubject();
+	// allow any event sims to finish
+	bStop = 1;
+	SLEEP(3, 0, 10);
+	Finally();
+}
+void subject::Finally(){
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		if (pCaller && iStateCaller >= 0) EnQueue(pCaller, iStateCaller);
+		Destroy();
+	}
+}
+void subject::Print(FILE* f, int nIndent){
+	fprintf(f, "%*ssubject\n", nIndent, "");
+	if (pCaller) pCaller->Print(f, nIndent + 1);
 }
 void GetSettableVars(CStringArray& sa){
 	sa.clear();
