@@ -290,10 +290,26 @@ void CGenCode3::GenCohortDistrCode1(CGenCodePass pass, N const& d, int depth, in
     GenUnivariateDraw(pass, d, I.c_str(), Ex(vars[size_t(index)]->child1).c_str());
 }
 
+// The variables of a distrib statement of a model, a name behind "model$" taken as the
+// model's own member.
+static NV ModelDistribVars(N const& s) {
+    NV vars;
+    for (N const& v : s->child1->list) {
+        if (!v->child1 || v->child1->type != CN_MEMBER) {
+            vars.push_back(v);
+            continue;
+        }
+        N plain = std::make_shared<CNode>(v->type, v->child1->child2);
+        plain->list = v->list;
+        vars.push_back(plain);
+    }
+    return vars;
+}
+
 // One distrib statement in InitSubject: by sub-population, then the record of each variable.
 void CGenCode3::GenDistribDraw(N const& s) {
     CGenCodePass pass = PassInitSubject;
-    NV const& vars = s->child1->list;
+    NV const vars = ModelDistribVars(s);
     NV const& subpops = s->child2->list;
     if (subpops.size() > 1) {
         fprintf(fpSource, "%s\t\tif (0){\n", "");
@@ -320,7 +336,7 @@ void CGenCode3::GenCohortDistrCode(CGenCodePass pass, NV const& stmts) {
         if (!s || s->type != CN_DISTRIB) continue;
         if (pass == PassInitSubject) GenDistribDraw(s);
         if (pass != PassClassDecl) continue;
-        for (N const& v : s->child1->list) {
+        for (N const& v : ModelDistribVars(s)) {
             char const* nm = v->child1->name;
             if (MemberOf(nm, saDeclared) >= 0) continue;
             saDeclared.push_back(nm);

@@ -51,8 +51,8 @@ void CGenCode3::GenDoseMachineClass(char const* machine, bool bInfusion) {
 }
 
 // 		_rec_bolus(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer,
-// _model->_sInstance, 		"A1", _amt, "mg", _model->A1);          or _rec_infuse(..., _model->A1,
-// _rate);
+// _model->_sInstance, 		"A1", _amt, "mg", _model->A1);          or _rec_infuse(...,
+// _model->A1, _rate);
 void CGenCode3::GenDoseRecord(char const* x, bool bInfusion) {
     fprintf(fpSource,
             "\t\t_rec_%s(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, "

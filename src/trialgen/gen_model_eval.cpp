@@ -150,7 +150,11 @@ void CGenCode3::GenCohortEvalRoutines(NV const& stmts) {
     for (N const& s : stmts)
         if (s && s->type == CN_ASSIGN) GenAssignLine(fpSource, s);
     for (N const& s : stmts) {
-        if (!s || s->type != CN_EVENT || !s->child3) continue;
+        if (!s || s->type != CN_EVENT) continue;
+        if (!s->child3) { // without an interval the event machine looks once per unit of time
+            fprintf(fpSource, "\t_dt_%s = 1;\n", (char const*)s->name);
+            continue;
+        }
         fprintf(fpSource, "\t_dt_%s = ", (char const*)s->name);
         GenC(s->child3, fpSource);
         fprintf(fpSource, ";\n");

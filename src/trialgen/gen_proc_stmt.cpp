@@ -35,12 +35,25 @@ static bool IsInstanceTransit(N const& lhs, NV const& joins, NV const& models) {
 }
 
 // The table number of the peak variable 'name' in the first model that has it, or -1.
-static int FindPeakTable(NV const& models, char const* name) {
+static int FindPeakTable(NV const& models, char const* name, N& owner) {
     for (N const& model : models) {
         int table = GetIPeakTable(model->child2, name);
-        if (table >= 0) return table;
+        if (table >= 0) {
+            owner = model;
+            return table;
+        }
     }
     return -1;
+}
+
+// 	_pSubj->a._peakTable_0.init();
+// The table is a member of the model's first instance; main has no subject, so no table.
+void CGenCode3::GenProcPeakReset(ProcScope& sc, N const& s, std::string const& I) {
+    N model;
+    int table = FindPeakTable(sc.models, s->name, model);
+    if (table < 0 || sc.kind == CN_PROC) return;
+    fprintf(fpSource, "%s_pSubj->%s._peakTable_%d.init();\n", I.c_str(),
+            GetFirstInstanceName(model->child1->name, sc.joins), table);
 }
 
 // {
@@ -185,7 +198,7 @@ void CGenCode3::GenProcSleep(ProcScope& sc, N const& s, int& state, std::string 
 
 // 	_pSubj->a.Observe_C(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer);
 // 	_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, "", "x", x, "");
-void CGenCode3::GenProcObserve(N const& s, std::string const& I) {
+void CGenCode3::GenProcObserve(ProcScope& sc, N const& s, std::string const& I) {
     N const& x = s->child2;
     if (x->type == CN_MEMBER) {
         fprintf(fpSource,
@@ -193,8 +206,10 @@ void CGenCode3::GenProcObserve(N const& s, std::string const& I) {
                 I.c_str(), (char const*)x->child1->name, (char const*)x->child2->name);
         return;
     }
-    fprintf(fpSource, "%s_rec_observe(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, \"\"",
-            I.c_str());
+    // main has no subject: its records carry no arm, subject or period
+    char const* who =
+        sc.kind == CN_PROC ? "-1, -1, -1" : "_pSubj->iArm, _pSubj->iSub, _pSubj->iPer";
+    fprintf(fpSource, "%s_rec_observe(iScen, iRep, %s, \"\"", I.c_str(), who);
     fprintf(fpSource, ", \"%s\"", (char const*)x->name);
     fprintf(fpSource, ", ");
     GenC(x, fpSource);
@@ -276,12 +291,9 @@ void CGenCode3::GenProcStmt(ProcScope& sc, N const& s, int& state, int depth, in
         case CN_BLOCK: return GenProcBlock(sc, s, state, depth, collectDepth, I);
         case CN_INT_DECL:
         case CN_DOUBLE_DECL: return; // members of the class
-        case CN_PEAKRESET: {
-            int table = FindPeakTable(sc.models, s->name);
-            if (table >= 0) fprintf(fpSource, "%s_peakTable_%d.init();\n", in, table);
-            return;
-        }
-        case CN_PROC_OBSERVE: return GenProcObserve(s, I);
+        case CN_PEAKRESET: return GenProcPeakReset(sc, s, I);
+        case CN_SAMPLE: return; // files are sampled by the models only
+        case CN_PROC_OBSERVE: return GenProcObserve(sc, s, I);
         case CN_PROC_BOLUS:
         case CN_PROC_INFUSE: return GenProcDose(s, I);
         case CN_SLEEP: return GenProcSleep(sc, s, state, I);

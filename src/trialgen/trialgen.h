@@ -266,7 +266,8 @@ class CGenCode3 {
     void GenProcStart(ProcScope& sc, N const& s, int& state, int collectDepth,
                       std::string const& I);
     void GenProcSleep(ProcScope& sc, N const& s, int& state, std::string const& I);
-    void GenProcObserve(N const& s, std::string const& I);
+    void GenProcObserve(ProcScope& sc, N const& s, std::string const& I);
+    void GenProcPeakReset(ProcScope& sc, N const& s, std::string const& I);
     void GenProcDose(N const& s, std::string const& I);
     void GenProcAssign(ProcScope& sc, N const& s, std::string const& I);
     void GenProcDistrib(ProcScope& sc, N const& s, int depth, std::string const& I);

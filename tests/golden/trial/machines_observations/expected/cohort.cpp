@@ -159,6 +159,7 @@ void pd::EvalAssign(){
 	double& Cin = *_pCin;
 	E = A + Cin;
 	Emax = _peakTable_0.peakFunc(t, E, !(true), Tpk);
+	_dt_death = 1;
 	_dt_visit = 7.0;
 	// transit(T) setup
 	zzN_T = ntr; // current number of stages (non-integer), truncated

@@ -192,6 +192,7 @@ void pk::EvalGroup(){
 }
 void pk::EvalAssign(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	_dt_ev = 1;
 	// transit(T) setup
 	zzN_T = ntr; // current number of stages (non-integer), truncated
 	if (zzN_T < 0) zzN_T = 0;

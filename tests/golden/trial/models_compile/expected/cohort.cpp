@@ -255,6 +255,7 @@ void pk::EvalAssign(){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
 	double& Cin = *_pCin;
 	E = C * wt + z;
+	_dt_ev = 1;
 	_dt_ev2 = 1.0;
 	// transit(T) setup
 	zzN_T = ntr; // current number of stages (non-integer), truncated
