@@ -128,6 +128,6 @@ void CGenCode3::GenCohortDosepointClasses(NV const& stmts) {
             GenDoseMachineClass(machine.c_str(), bInfusion);
             GenMachinePrint(machine.c_str(), false);
             GenDoseRun(machine.c_str(), dose, bInfusion);
-            GenMachineFinally(machine.c_str());
+            GenMachineFinally(machine.c_str(), false);
         }
 }

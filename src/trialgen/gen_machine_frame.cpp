@@ -47,13 +47,18 @@ void CGenCode3::GenMachinePrint(char const* machine, bool bCaller) {
 // void pk_Bolus_A1_1::Finally(){
 // 	if (!_bFinallyDone){
 // 		_bFinallyDone = 1;
-// 		Destroy();
+// 		if (pCaller && iStateCaller >= 0) EnQueue(pCaller, iStateCaller);   (with
+// 'bWakeCaller') 		Destroy();
 // 	}
 // }
-void CGenCode3::GenMachineFinally(char const* machine) {
+// A finished procedure wakes its caller at the state that the caller gave it.
+void CGenCode3::GenMachineFinally(char const* machine, bool bWakeCaller) {
     fprintf(fpSource, "void %s::Finally(){\n", machine);
     fprintf(fpSource, "\tif (!_bFinallyDone){\n");
     fprintf(fpSource, "\t\t_bFinallyDone = 1;\n");
+    if (bWakeCaller)
+        fprintf(fpSource,
+                "\t\tif (pCaller && iStateCaller >= 0) EnQueue(pCaller, iStateCaller);\n");
     fprintf(fpSource, "\t\tDestroy();\n");
     fprintf(fpSource, "\t}\n");
     fprintf(fpSource, "}\n");

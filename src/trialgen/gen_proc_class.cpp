@@ -7,15 +7,6 @@
 
 #include <string>
 
-// The join items of all join blocks, in order.
-static NV JoinItems(NV const& joins) {
-    NV items;
-    for (N const& join : joins)
-        for (N const& item : join->list)
-            items.push_back(item);
-    return items;
-}
-
 static bool IsParameter(N const& proc, char const* name) {
     for (N const& v : proc->child1->list)
         if (v->name == name) return true;

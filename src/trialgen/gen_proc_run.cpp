@@ -155,23 +155,6 @@ void CGenCode3::GenProcRunTail(N const& proc, int& state) {
     fprintf(fpSource, "}\n");
 }
 
-// void main::Finally(){
-// 	if (!_bFinallyDone){
-// 		_bFinallyDone = 1;
-// 		if (pCaller && iStateCaller >= 0) EnQueue(pCaller, iStateCaller);
-// 		Destroy();
-// 	}
-// }
-void CGenCode3::GenProcFinally(char const* name) {
-    fprintf(fpSource, "void %s::Finally(){\n", name);
-    fprintf(fpSource, "\tif (!_bFinallyDone){\n");
-    fprintf(fpSource, "\t\t_bFinallyDone = 1;\n");
-    fprintf(fpSource, "\t\tif (pCaller && iStateCaller >= 0) EnQueue(pCaller, iStateCaller);\n");
-    fprintf(fpSource, "\t\tDestroy();\n");
-    fprintf(fpSource, "\t}\n");
-    fprintf(fpSource, "}\n");
-}
-
 // Run, Finally and Print of one procedure; Print, as a machine's, names the caller too. Label 1 is
 // the root that every start outside a collect wakes; each waiting statement then takes the next
 // number in text order, and a subject's last sleep the one after all.
@@ -188,6 +171,6 @@ void CGenCode3::GenCohortProcRunFunction(N const& proc, char const* indent, NV c
                       proc);
     GenProcRunTail(proc, state);
     assert(state == nStates);
-    GenProcFinally(name);
+    GenMachineFinally(name, true);
     GenMachinePrint(name, true);
 }

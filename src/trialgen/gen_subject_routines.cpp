@@ -48,15 +48,6 @@ static OverInstances const overInstances[] = {
 // The exported names of the static routines, codes 1 to 3.
 static char const* const exportedNames[] = {nullptr, "InitReplicate", "InitScenario", "InitGlobal"};
 
-// The join items of all join blocks, in order.
-static NV JoinItems(NV const& joins) {
-    NV items;
-    for (N const& join : joins)
-        for (N const& item : join->list)
-            items.push_back(item);
-    return items;
-}
-
 static char const* ItemModel(N const& item) {
     return item->child2->child1->name;
 }

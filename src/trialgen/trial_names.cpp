@@ -28,6 +28,14 @@ char const* GetInstanceModelName(char const* instance, NV const& joins) {
     return item ? (char const*)item->child2->child1->name : nullptr;
 }
 
+NV JoinItems(NV const& joins) {
+    NV items;
+    for (N const& join : joins)
+        for (N const& item : join->list)
+            items.push_back(item);
+    return items;
+}
+
 char const* GetFirstInstanceName(char const* model, NV const& joins) {
     for (N const& join : joins)
         for (N const& item : join->list)

@@ -189,7 +189,7 @@ class CGenCode3 {
     void GenMachineHead(char const* machine);
     void GenMachineTail(bool bFinally);
     void GenMachinePrint(char const* machine, bool bCaller);
-    void GenMachineFinally(char const* machine);
+    void GenMachineFinally(char const* machine, bool bWakeCaller);
     void GenDoseMachineConstructor(char const* machine, bool bInfusion);
     void GenDoseMachineClass(char const* machine, bool bInfusion);
     void GenDoseRecord(char const* x, bool bInfusion);
@@ -278,7 +278,6 @@ class CGenCode3 {
     void GenProcRunHead(N const& proc, NV const& joins, NV const& models, int nStates);
     void GenProcSubjectStart();
     void GenProcRunTail(N const& proc, int& state);
-    void GenProcFinally(char const* name);
 };
 
 // The dose statements of a model body in text order, and the names of their machines:
@@ -323,5 +322,7 @@ int FindModelByName(char const* name, NV const& models);
 int GetModelNameFromInstanceName(NV const& joins, char const* instance, String& modelName);
 // The model name of the instance, or null.
 char const* GetInstanceModelName(char const* instance, NV const& joins);
+// The items of all join blocks, in order.
+NV JoinItems(NV const& joins);
 // The first instance that the join blocks declare of the model, or the model's own name.
 char const* GetFirstInstanceName(char const* model, NV const& joins);

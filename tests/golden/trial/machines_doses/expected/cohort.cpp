@@ -68,6 +68,7 @@ void pk::CF2ReInit(double _t){
 	_cf_Ac.SetState(_state+6*0);
 }
 void pk::GetInteg(int& zzn, double zzv[]){
+	zzv[zzn++] = B;
 	zzv[zzn++] = A1;
 	zzv[zzn++] = A2;
 	zzv[zzn++] = U;
@@ -79,6 +80,7 @@ void pk::GetInteg(int& zzn, double zzv[]){
 	zzv[zzn++] = D;
 }
 void pk::SetInteg(int& zzn, double zzv[]){
+	B = zzv[zzn++];
 	A1 = zzv[zzn++];
 	A2 = zzv[zzn++];
 	U = zzv[zzn++];
@@ -91,6 +93,7 @@ void pk::SetInteg(int& zzn, double zzv[]){
 }
 int pk::GetNInteg(){
 	int _n = 0;
+	_n++; // B
 	_n++; // A1
 	_n++; // A2
 	_n++; // U
@@ -101,6 +104,7 @@ int pk::GetNInteg(){
 	return _n;
 }
 void pk::GetStateSS(int& zzn, double zzv[]){
+	zzv[zzn++] = B;
 	zzv[zzn++] = A1;
 	zzv[zzn++] = A2;
 	zzv[zzn++] = U;
@@ -114,6 +118,7 @@ void pk::GetStateSS(int& zzn, double zzv[]){
 	zzn += 6; // Ac
 }
 void pk::SetStateSS(int& zzn, double zzv[]){
+	B = zzv[zzn++];
 	A1 = zzv[zzn++];
 	A2 = zzv[zzn++];
 	U = zzv[zzn++];
@@ -128,6 +133,7 @@ void pk::SetStateSS(int& zzn, double zzv[]){
 }
 int pk::GetNStateSS(){
 	int _n = 0;
+	_n++; // B
 	_n++; // A1
 	_n++; // A2
 	_n++; // U
@@ -140,6 +146,8 @@ int pk::GetNStateSS(){
 }
 void pk::ResetIntegrators(){
 	int _i = 0;
+			B = 0;
+	B_rate = 0;
 			A1 = 0;
 	A1_rate = 0;
 			A2 = 0;
@@ -159,6 +167,9 @@ void pk::GetRate(int& zzn, double zzr[]){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
 	SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
 	int _i = 0;
+	zzr[zzn] = (-k * B);
+	zzr[zzn] += B_rate;
+	zzn++;
 	zzr[zzn] = (-k * A1);
 	zzr[zzn] += A1_rate;
 	zzn++;
@@ -213,6 +224,7 @@ void pk::EvalSParms(){
 	ntr = 3.0;
 	tlag = 0.5;
 	dur = 2.0;
+	r = 4.0;
 	EvalAssign();
 }
 void pk::InitGlobal(){
@@ -282,6 +294,17 @@ void pk::Bolus_Aa(int iScen, int iRep, double _v){
 void pk::Infuse_Aa(int iScen, int iRep, double _v, double _r){
 	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
 	StateMachine* pst = new pk_Infusion_Aa_1(this, iScen, iRep, _pSubj, 0, _v, _r);
+	EnQueue(pst, 0, StateMachine::CurrentAbsTime(),  StateMachine::CurrentAbsEps());
+}
+void pk::Bolus_B(int iScen, int iRep, double _v){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+double _r = r;
+	StateMachine* pst = new pk_Infusion_B_1(this, iScen, iRep, _pSubj, tlag, _v, _r);
+	EnQueue(pst, 0, StateMachine::CurrentAbsTime(),  StateMachine::CurrentAbsEps());
+}
+void pk::Infuse_B(int iScen, int iRep, double _v, double _r){
+	const double t = StateMachine::CurrentAbsTime() - _pSubj->tSubjectStartTime;
+	StateMachine* pst = new pk_Infusion_B_1(this, iScen, iRep, _pSubj, tlag, _v, _r);
 	EnQueue(pst, 0, StateMachine::CurrentAbsTime(),  StateMachine::CurrentAbsEps());
 }
 void pk_Bolus_A1_1::Print(FILE* f, int nIndent){
@@ -491,6 +514,59 @@ void pk_Infusion_Aa_1::Run(int iState, double tAbsTime, double tAbsEps){
 	Finally();
 }
 void pk_Infusion_Aa_1::Finally(){
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		Destroy();
+	}
+}
+void pk_Bolus_B_1::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_Bolus_B_1\n", nIndent, "");
+}
+void pk_Bolus_B_1::Run(int iState, double tAbsTime, double tAbsEps){
+	_model->EvalSParms();
+	DISP1;
+	if (!_pSubj->bStop){
+		_pSubj->Advance(StateMachine::CurrentAbsTime());
+		_rec_bolus(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "B", _amt, "", _model->B);
+		SLEEP(1, _tlag, 0);
+		if (!_pSubj->bStop){
+			_pSubj->Advance(StateMachine::CurrentAbsTime());
+			_model->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+			_model->B += _amt;
+		}
+	}
+	Finally();
+}
+void pk_Bolus_B_1::Finally(){
+	if (!_bFinallyDone){
+		_bFinallyDone = 1;
+		Destroy();
+	}
+}
+void pk_Infusion_B_1::Print(FILE* f, int nIndent){
+	fprintf(f, "%*spk_Infusion_B_1\n", nIndent, "");
+}
+void pk_Infusion_B_1::Run(int iState, double tAbsTime, double tAbsEps){
+	_model->EvalSParms();
+	DISP2;
+	if (!_pSubj->bStop){
+		_pSubj->Advance(StateMachine::CurrentAbsTime());
+		_rec_infuse(iScen, iRep, _pSubj->iArm, _pSubj->iSub, _pSubj->iPer, _model->_sInstance, "B", _amt, "", _model->B, _rate);
+		SLEEP(1, _tlag, 0);
+		if (!_pSubj->bStop){
+			_pSubj->Advance(StateMachine::CurrentAbsTime());
+			_model->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());
+			_model->B_rate += _rate;
+			SLEEP(2, _amt / _rate, 0);
+			if (!_pSubj->bStop){
+				_pSubj->Advance(StateMachine::CurrentAbsTime());
+				_model->B_rate -= _rate;
+			}
+		}
+	}
+	Finally();
+}
+void pk_Infusion_B_1::Finally(){
 	if (!_bFinallyDone){
 		_bFinallyDone = 1;
 		Destroy();

@@ -50,6 +50,9 @@ class pk : public PKPDModel {public:;
 	double ntr;	// structural
 	double tlag;	// structural
 	double dur;	// structural
+	double r;	// structural
+	double B;	// integrator
+	double B_rate;	// infusion rate
 	double A1;	// integrator
 	double A1_rate;	// infusion rate
 	double A2;	// integrator
@@ -118,6 +121,8 @@ class pk : public PKPDModel {public:;
 	void Infuse_A2(int iScen, int iRep, double _v, double _r);
 	void Bolus_Aa(int iScen, int iRep, double _v);
 	void Infuse_Aa(int iScen, int iRep, double _v, double _r);
+	void Bolus_B(int iScen, int iRep, double _v);
+	void Infuse_B(int iScen, int iRep, double _v, double _r);
 };
 class pk_Bolus_A1_1 : public StateMachine {public:;
 	virtual int GetType(){return 1;}
@@ -223,8 +228,34 @@ class pk_Infusion_Aa_1 : public StateMachine {public:;
 	virtual void Run(int iState, double tAbsTime, double tAbsEps);
 	void Finally();
 };
-class main : public StateMachine {public:;
+class pk_Bolus_B_1 : public StateMachine {public:;
 	virtual int GetType(){return 9;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_Bolus_B_1() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	int iScen, iRep;
+	double _tlag, _amt;
+	pk_Bolus_B_1(pk* __model, int _iScen, int _iRep, subject* _psub, double __tlag, double __amt) : _pSubj(_psub), _model(__model), iScen(_iScen), iRep(_iRep), _tlag(__tlag), _amt(__amt), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
+};
+class pk_Infusion_B_1 : public StateMachine {public:;
+	virtual int GetType(){return 10;}
+	subject* _pSubj;
+	virtual void Print(FILE* f, int nIndent);
+	pk_Infusion_B_1() : _pSubj(0L), _model(0L) {}
+	pk * _model;
+	int iScen, iRep, iArm, iSub, iPer;
+	double _tlag, _amt, _rate;
+	pk_Infusion_B_1(pk* __model, int _iScen, int _iRep, subject* _psub, double __tlag, double __amt, double __rate) : _pSubj(_psub), _model(__model), iScen(_iScen), iRep(_iRep), _tlag(__tlag), _amt(__amt), _rate(__rate), tMachineStartTime(StateMachine::CurrentAbsTime()) {}
+	double tMachineStartTime;
+	virtual void Run(int iState, double tAbsTime, double tAbsEps);
+	void Finally();
+};
+class main : public StateMachine {public:;
+	virtual int GetType(){return 11;}
 	subject* _pSubj;
 	virtual void Print(FILE* f, int nIndent);
 	main() : pCaller(0L), iStateCaller(-1) {}
@@ -238,7 +269,7 @@ class main : public StateMachine {public:;
 	void Finally();
 };
 class subject : public StateMachine {public:;
-	virtual int GetType(){return 10;}
+	virtual int GetType(){return 12;}
 	subject* _pSubj;
 	double tLastAbsTime;
 	double tLastSSTime;
