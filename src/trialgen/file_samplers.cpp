@@ -13,10 +13,21 @@ static void GenEscaped(FILE* fp, std::string const& text) {
     }
 }
 
+// #ifdef IN_COHORT
 // FileSampler _sampler0;
+// #else
+// extern FileSampler _sampler0;
+// #endif
+// Defined in the one file that defines IN_COHORT, as the other globals of the header are.
 void DefineSamplers(FILE* fp) {
+    if (samplings.empty()) return;
+    fprintf(fp, "#ifdef IN_COHORT\n");
     for (SamplerInfo const& s : samplings)
         fprintf(fp, "FileSampler %s;\n", s.sampler.c_str());
+    fprintf(fp, "#else\n");
+    for (SamplerInfo const& s : samplings)
+        fprintf(fp, "extern FileSampler %s;\n", s.sampler.c_str());
+    fprintf(fp, "#endif\n");
 }
 
 // 	_sampler0.InitGlobal("boot.csv", 1);

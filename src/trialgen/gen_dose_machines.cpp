@@ -2,6 +2,7 @@
 // which record the dose when it is ordered and give it to the compartment after the lag time,
 // the infusion then running for amount / rate.
 #include "driver/driver.h"
+#include "modelgen/gencode.h"
 #include "trialgen/trialgen.h"
 
 // The dose statements of a model body, in text order.
@@ -62,6 +63,7 @@ void CGenCode3::GenDoseRecord(char const* x, bool bInfusion) {
 }
 
 // 			_model->A1 += _amt;
+// a bolus into a transit chain: _model->zzY_T[(int)_model->zzI_T] += _amt;
 // or the infusion, which runs for amount / rate:
 // 			_model->A1_rate += _rate;
 // 			SLEEP(2, _amt / _rate, 0);
@@ -69,7 +71,11 @@ void CGenCode3::GenDoseRecord(char const* x, bool bInfusion) {
 // 				_pSubj->Advance(StateMachine::CurrentAbsTime());
 // 				_model->A1_rate -= _rate;
 // 			}
-void CGenCode3::GenDoseGiven(char const* x, bool bInfusion) {
+void CGenCode3::GenDoseGiven(char const* x, bool bInfusion, bool bTransit) {
+    if (!bInfusion && bTransit) { // into the stage that receives doses, like an infusion
+        fprintf(fpSource, "\t\t\t_model->zzY_%s[(int)_model->zzI_%s] += _amt;\n", x, x);
+        return;
+    }
     if (!bInfusion) {
         fprintf(fpSource, "\t\t\t_model->%s += _amt;\n", x);
         return;
@@ -110,7 +116,7 @@ void CGenCode3::GenDoseRun(char const* machine, N const& dose, bool bInfusion) {
     fprintf(fpSource, "\t\tif (!_pSubj->bStop){\n");
     GenAdvanceLine(fpSource, "\t\t\t");
     fprintf(fpSource, "\t\t\t_model->SetTimeOfGetValCF(StateMachine::CurrentAbsTime());\n");
-    GenDoseGiven(x, bInfusion);
+    GenDoseGiven(x, bInfusion, IsTransitName(GetTopStatements(pModelBody), x));
     fprintf(fpSource, "\t\t}\n");
     fprintf(fpSource, "\t}\n");
     fprintf(fpSource, "\tFinally();\n");

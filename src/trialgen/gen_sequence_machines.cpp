@@ -16,13 +16,6 @@ static char const* Tabs(int n) {
     return tabs + 20 - n;
 }
 
-// Whether 'name' is the last compartment of a transit chain of the model.
-static bool IsTransitName(NV const& stmts, char const* name) {
-    for (N const& s : stmts)
-        if (s && s->type == CN_TRANSIT && s->child1 && s->child1->name == name) return true;
-    return false;
-}
-
 // Whether the model's class has a member of that name: what it declared, its fixed effects.
 bool CGenCode3::IsModelMember(char const* name) {
     if (MemberOf(name, saDeclared) >= 0) return true;
@@ -75,6 +68,14 @@ void CGenCode3::GenSequenceBindings(NV const& body) {
         fprintf(fpSource, "\tauto& _peakTable_%d = _model->_peakTable_%d;\n", table, table);
 }
 
+// The body of a while or an arm of an if. A bare sleep gets braces: it prints two lines.
+void CGenCode3::GenSequenceArm(N const& s, int& state, int indent) {
+    if (!s || s->type != CN_SLEEP) return GenCohortSequenceActionCode(s, state, indent);
+    fprintf(fpSource, "%s{\n", Tabs(indent));
+    GenCohortSequenceActionCode(s, state, indent + 1);
+    fprintf(fpSource, "%s}\n", Tabs(indent));
+}
+
 // if(c)
 // 	...
 // else if(d)
@@ -85,17 +86,17 @@ void CGenCode3::GenSequenceIf(N const& s, int& state, int indent) {
     fprintf(fpSource, "%sif(", Tabs(indent));
     GenC(s->child1, fpSource);
     fprintf(fpSource, ")\n");
-    GenCohortSequenceActionCode(s->child2, state, indent + 1);
+    GenSequenceArm(s->child2, state, indent + 1);
     N next = s->child3;
     for (; next && next->type == CN_IF; next = next->child3) {
         fprintf(fpSource, "%selse if(", Tabs(indent));
         GenC(next->child1, fpSource);
         fprintf(fpSource, ")\n");
-        GenCohortSequenceActionCode(next->child2, state, indent + 1);
+        GenSequenceArm(next->child2, state, indent + 1);
     }
     if (!next) return;
     fprintf(fpSource, "%selse\n", Tabs(indent));
-    GenCohortSequenceActionCode(next, state, indent + 1);
+    GenSequenceArm(next, state, indent + 1);
 }
 
 // The code of one statement of a sequence at 'indent' tabs; 'state' counts the sleeps.
@@ -107,7 +108,7 @@ void CGenCode3::GenCohortSequenceActionCode(N const& s, int& state, int indent) 
             fprintf(fpSource, "%swhile(", in);
             GenC(s->child1, fpSource);
             fprintf(fpSource, ")\n");
-            return GenCohortSequenceActionCode(s->child2, state, indent + 1);
+            return GenSequenceArm(s->child2, state, indent + 1);
         case CN_IF: return GenSequenceIf(s, state, indent);
         case CN_BLOCK:
             fprintf(fpSource, "%s{\n", in);
@@ -115,10 +116,11 @@ void CGenCode3::GenCohortSequenceActionCode(N const& s, int& state, int indent) 
                 GenCohortSequenceActionCode(e, state, indent + 1);
             fprintf(fpSource, "%s}\n", in);
             return;
-        case CN_SLEEP:
+        case CN_SLEEP: // then the subject is brought to now, before the body reads the state
             fprintf(fpSource, "%sSLEEP(%d, ", in, ++state);
             GenC(s->child1, fpSource);
             fprintf(fpSource, ", 0);\n");
+            fprintf(fpSource, "%s_pSubj->Advance(StateMachine::CurrentAbsTime());\n", in);
             return;
         case CN_ADDTOCPT:
             if (!s->child1 || !s->child2) return;

@@ -42,3 +42,9 @@ char const* GetFirstInstanceName(char const* model, NV const& joins) {
             if (item->child2->child1->name == model) return item->child1->name;
     return model;
 }
+
+bool IsTransitName(NV const& stmts, char const* name) {
+    for (N const& s : stmts)
+        if (s && s->type == CN_TRANSIT && s->child1 && s->child1->name == name) return true;
+    return false;
+}

@@ -193,13 +193,14 @@ class CGenCode3 {
     void GenDoseMachineConstructor(char const* machine, bool bInfusion);
     void GenDoseMachineClass(char const* machine, bool bInfusion);
     void GenDoseRecord(char const* x, bool bInfusion);
-    void GenDoseGiven(char const* x, bool bInfusion);
+    void GenDoseGiven(char const* x, bool bInfusion, bool bTransit);
     void GenDoseRun(char const* machine, N const& dose, bool bInfusion);
     void GenEventMachineClass(char const* machine);
     void GenEventRun(char const* machine, N const& ev);
     void GenEventFinally(char const* machine, N const& ev);
     bool IsModelMember(char const* name);
     void GenSequenceBindings(NV const& body);
+    void GenSequenceArm(N const& s, int& state, int indent);
     void GenSequenceIf(N const& s, int& state, int indent);
     void GenSequenceMachineClass(char const* machine);
     void GenSequenceRun(char const* machine, N const& seq);
@@ -322,6 +323,8 @@ int FindModelByName(char const* name, NV const& models);
 int GetModelNameFromInstanceName(NV const& joins, char const* instance, String& modelName);
 // The model name of the instance, or null.
 char const* GetInstanceModelName(char const* instance, NV const& joins);
+// Whether 'name' is the last compartment of a transit chain among the statements.
+bool IsTransitName(NV const& stmts, char const* name);
 // The items of all join blocks, in order.
 NV JoinItems(NV const& joins);
 // The first instance that the join blocks declare of the model, or the model's own name.

@@ -53,9 +53,9 @@ class Ccf2machine {
     void InitMicro1(double k);
     void InitMicro2(double k, double k12, double k21);
     void InitMicro3(double k, double k12, double k21, double k13, double k31);
-    void InitMacro1(double k);
-    void InitMacro2(double k, double k12, double k21);
-    void InitMacro3(double k, double k12, double k21, double k13, double k31);
+    void InitMacro1(double alpha);
+    void InitMacro2(double alpha, double b, double beta);
+    void InitMacro3(double alpha, double b, double beta, double c, double gamma);
     void Add1stOrd(int n, double ka);
     void InitMacro1New(double c, double d, double a, double alpha);
     void InitMacro2New(double c, double d, double a, double alpha, double b, double beta);
@@ -80,8 +80,9 @@ class Ccf2machine {
     double y_[6] = {};
     double k_ = 0, k12_ = 0, k21_ = 0, k13_ = 0, k31_ = 0, ka_ = 0;
     double coef_[3] = {}, expo_[3] = {};
-    int nCpt_ = 1;        // compartments, or exponential modes of a macro form
-    bool bMacro_ = false; // amounts are modes whose sum is the central value
+    int nCpt_ = 1;              // compartments, or exponential modes of a macro form
+    bool bMacro_ = false;       // amounts are modes whose sum is the central value
+    bool bDoseToDepot_ = false; // AppendKaNew: doses of 1 go to A
     double tState_ = 0, tGetVal_ = 0;
     void Reset(int n, bool bMacro);
     void Propagate(double const* from, double dt, double* to) const;

@@ -7,8 +7,12 @@
 //   2' = k12 1 - k21 2,  3' = k13 1 - k31 3.
 // Macro forms (InitMacroNNew: coefficient and exponent pairs) hold one amount per exponential
 // mode, m_i' = -alpha_i m_i + c_i (ka A + rate1); the central value is their sum, and a dose
-// added to it adds c_i times the dose to each mode. The first two arguments of InitMacroNNew
-// (the model's concentration and divisor) are not used. InitMacroN(k, ...) is the micro form.
+// added to it adds c_i times the dose to each mode. With the absorption rate of AppendKaNew,
+// whose depot has no name of its own, doses and input rates of the central value go to the
+// depot instead: a unit dose gives sum c_i ka / (ka - alpha_i) (e^(-alpha_i t) - e^(-ka t)).
+// The first two arguments of InitMacroNNew (the model's concentration and divisor) are not
+// used. InitMacroN(alpha, b, beta, c, gamma) is the amount form of cfMacro1, with the
+// coefficients 1 - b - c, b and c.
 // Every Init resets amounts and rates; GetState and SetState keep them (CF2ReInit).
 #include "PKPDModel.h"
 #include "trialrun.h"
@@ -66,6 +70,7 @@ void Ccf2machine::Reset(int n, bool bMacro) {
     std::memset(expo_, 0, sizeof expo_);
     nCpt_ = n;
     bMacro_ = bMacro;
+    bDoseToDepot_ = false;
 }
 
 // 'to' = the amounts of 'from' after 'dt', with the rates held. The system is of order 5:
@@ -76,10 +81,11 @@ void Ccf2machine::Propagate(double const* from, double dt, double* to) const {
     at(0, 0) = -ka_;
     at(0, 4) = from[4];
     if (bMacro_) {
+        if (bDoseToDepot_) at(0, 4) += from[5];
         for (int i = 0; i < nCpt_; i++) {
             at(1 + i, 0) = coef_[i] * ka_;
             at(1 + i, 1 + i) = -expo_[i];
-            at(1 + i, 4) = coef_[i] * from[5];
+            at(1 + i, 4) = bDoseToDepot_ ? 0 : coef_[i] * from[5];
         }
     } else {
         at(1, 0) = ka_;
@@ -148,16 +154,16 @@ void Ccf2machine::InitMicro3(double k, double k12, double k21, double k13, doubl
     k_ = k, k12_ = k12, k21_ = k21, k13_ = k13, k31_ = k31;
 }
 
-void Ccf2machine::InitMacro1(double k) {
-    InitMicro1(k);
+void Ccf2machine::InitMacro1(double alpha) {
+    InitMacro1New(0, 0, 1, alpha);
 }
 
-void Ccf2machine::InitMacro2(double k, double k12, double k21) {
-    InitMicro2(k, k12, k21);
+void Ccf2machine::InitMacro2(double alpha, double b, double beta) {
+    InitMacro2New(0, 0, 1 - b, alpha, b, beta);
 }
 
-void Ccf2machine::InitMacro3(double k, double k12, double k21, double k13, double k31) {
-    InitMicro3(k, k12, k21, k13, k31);
+void Ccf2machine::InitMacro3(double alpha, double b, double beta, double c, double gamma) {
+    InitMacro3New(0, 0, 1 - b - c, alpha, b, beta, c, gamma);
 }
 
 // Only compartment 1 takes a first-order input in these forms.
@@ -184,6 +190,7 @@ void Ccf2machine::InitMacro3New(double /*c*/, double /*d*/, double a, double alp
 
 void Ccf2machine::AppendKaNew(double ka) {
     ka_ = ka;
+    bDoseToDepot_ = true;
 }
 
 double Ccf2machine::GetValA() {
@@ -210,6 +217,10 @@ void Ccf2machine::SetVal1(double v) {
 }
 
 void Ccf2machine::AddVal1(double v) {
+    if (bDoseToDepot_) {
+        y_[0] += v;
+        return;
+    }
     if (!bMacro_) {
         y_[1] += v;
         return;

@@ -114,7 +114,7 @@ TEST(ClosedForm, MatchesExactSolutions) {
     double s = k + k12 + k21, p = k * k21, d = std::sqrt(s * s - 4 * p);
     double alpha = (s + d) / 2, beta = (s - d) / 2;
     for (double t : {0.3, 2.0, 11.0, 40.0}) {
-        Ccf2machine oral, two, inf, macro;
+        Ccf2machine oral, two, inf, macro, macroOral;
         oral.InitMicro1(k);
         oral.Add1stOrd(1, ka);
         oral.AddValA(D);
@@ -144,6 +144,16 @@ TEST(ClosedForm, MatchesExactSolutions) {
         macro.Advance(t);
         EXPECT_TRUE(Close(D * (0.6 * std::exp(-alpha * t) + 0.4 * std::exp(-beta * t)),
                           macro.GetVal1(), 1e-12));
+
+        // The same modes behind a depot: each mode takes its share of the absorbed dose.
+        macroOral.InitMacro2New(0, 0, 0.6, alpha, 0.4, beta);
+        macroOral.AppendKaNew(ka);
+        macroOral.AddVal1(D);
+        macroOral.Advance(t);
+        auto mode = [&](double c, double e) {
+            return c * ka / (ka - e) * (std::exp(-e * t) - std::exp(-ka * t));
+        };
+        EXPECT_TRUE(Close(D * (mode(0.6, alpha) + mode(0.4, beta)), macroOral.GetVal1(), 1e-11));
     }
 }
 

@@ -285,3 +285,115 @@ TEST(TrialRun, ProceduresGiveEachSubjectItsArm) {
         if (r.kind == "allocation") allocation.insert({r.name, r.value});
     EXPECT_EQ(script, allocation);
 }
+
+// A sequence of the model wakes between the hourly observations: the 100 of the bolus are
+// emptied at 4.5, 50 are added at 6.5, 10 in each of two turns of a loop at 10.5 and 14.5, and
+// 20 in an else branch at 17.5; in between, the amount falls at 0.1 an hour.
+TEST(TrialRun, SequenceChangesTheCompartmentWhenItWakes) {
+    struct Change {
+        double t, kept, added; // A becomes kept * A + added at t
+    } const changes[] = {{0, 0, 100},   {4.5, 0, 0},   {6.5, 1, 50},
+                         {10.5, 1, 10}, {14.5, 1, 10}, {17.5, 1, 20}};
+
+    auto want = [&](double t) {
+        double a = 0, t0 = 0;
+        for (Change const& c : changes)
+            if (c.t < t) {
+                a = c.kept * a * std::exp(-0.1 * (c.t - t0)) + c.added;
+                t0 = c.t;
+            }
+        return a * std::exp(-0.1 * (t - t0));
+    };
+    std::vector<Record> obs = Select(Records(Build("sequence"), "-d -"), "observe", "A");
+    ASSERT_EQ(24u, obs.size());
+    for (size_t i = 0; i < obs.size(); i++) {
+        EXPECT_EQ(double(i + 1), obs[i].time);
+        EXPECT_NEAR(want(obs[i].time), obs[i].value, 1e-5) << "at " << obs[i].time;
+    }
+}
+
+// Macro closed forms after a bolus of 100, in each of three replicates of two scenarios: a sum
+// of terms c e^(-a t) with a of 0.5 and 0.05, each term c ka / (ka - a) (e^(-a t) - e^(-ka t))
+// behind an absorption rate ka, times the dose over the stripping dose of 50, or over V 10 for
+// cfMacro1, whose coefficients 1 - b and b share out the dose.
+TEST(TrialRun, MacroFormsAreSumsOfExponentials) {
+    struct Form {
+        char const* instance;
+        double ka, c1, c2, scale;
+    } const forms[] = {{"i", 0, 0.06, 0.04, 2}, {"o", 1.5, 0.06, 0.04, 2}, {"m", 0, 0.6, 0.4, 10}};
+
+    std::vector<Record> obs =
+        Select(Records(Build("macro_forms"), "-s 2 -r 3 -d -"), "observe", "C");
+    std::map<std::pair<int, int>, int> counts;
+    for (Record const& r : obs) {
+        counts[{r.scen, r.rep}]++;
+        Form const* f = std::find_if(std::begin(forms), std::end(forms),
+                                     [&](Form const& x) { return r.instance == x.instance; });
+        ASSERT_NE(std::end(forms), f) << r.instance;
+        auto term = [&](double c, double a) {
+            double t = r.time;
+            return f->ka == 0 ? c * std::exp(-a * t)
+                              : c * f->ka / (f->ka - a) * (std::exp(-a * t) - std::exp(-f->ka * t));
+        };
+        EXPECT_NEAR(f->scale * (term(f->c1, 0.5) + term(f->c2, 0.05)), r.value, 1e-9)
+            << r.instance << " at " << r.time;
+    }
+    std::map<std::pair<int, int>, int> script;
+    for (int s = 0; s < 2; s++)
+        for (int r = 0; r < 3; r++)
+            script[{s, r}] = 3 * 24;
+    EXPECT_EQ(script, counts);
+}
+
+namespace {
+
+// The chance that a gamma time of m stages of rate k is below t; as an identity in k it also
+// serves a negative k.
+double ErlangCdf(int m, double k, double t) {
+    double term = 1, sum = 0;
+    for (int j = 0; j < m; j++) {
+        sum += term;
+        term *= k * t / (j + 1);
+    }
+    return 1 - std::exp(-k * t) * sum;
+}
+
+} // namespace
+
+// Transit chains of 3 stages and a mean transit time of 6: 4 compartments of rate K = 4/6, a
+// gamma delay of mean 6. The chain fed at 0.3 A1 from a bolus of 100 into A1 has passed on 100
+// times the chance that an exponential time of rate 0.3 plus the gamma time is below t; the
+// chain dosed with 100 itself passes them on after the gamma time alone.
+TEST(TrialRun, TransitChainsDelayByAGammaTime) {
+    double const K = 4.0 / 6, ka = 0.3;
+    std::vector<Record> obs = Select(Records(Build("transit"), "-d -"), "observe", "T");
+    ASSERT_EQ(48u, obs.size());
+    for (Record const& r : obs) {
+        double t = r.time, want = 100 * ErlangCdf(4, K, t);
+        if (r.instance == "f")
+            want -= 100 * std::exp(-ka * t) * std::pow(K / (K - ka), 4) * ErlangCdf(4, K - ka, t);
+        EXPECT_NEAR(want, r.value, 1e-5) << r.instance << " at " << t;
+    }
+}
+
+// Programs with file samplers: the sampler objects are defined once however many files include
+// cohort.h, each model opens its own file at the start (a missing file stops the run), and the
+// run goes on over replicates and subjects. The values still come from the draws, since no
+// routine of the program reads a sampled column yet.
+TEST(TrialRun, SamplersOpenTheirFilesAndTheProgramRuns) {
+    std::string dir = Build("sampler");
+    ASSERT_FALSE(dir.empty());
+    remove((dir + "/fixef.csv").c_str());
+    remove((dir + "/covar.csv").c_str());
+    EXPECT_NE(0, ::Run("cd '" + dir + "' && ./program -o records.csv -r 1 2> run.log"));
+    EXPECT_NE(std::string::npos, ReadFile(dir + "/run.log").find("cannot read fixef.csv"));
+    auto write = [&](char const* file, char const* header) {
+        std::ofstream out(dir + "/" + file);
+        out << header << ",other\n1,0\n2,0\n";
+    };
+    write("fixef.csv", "K");
+    write("covar.csv", "WT");
+    std::vector<Record> all = Records(dir, "-r 4 -d ir");
+    EXPECT_EQ(4u, Select(all, "fixef", "pk_tvK").size());
+    EXPECT_EQ(20u, Select(all, "covar", "wt").size());
+}

@@ -467,11 +467,13 @@ void pd_SeqSim_1::Run(int iState, double tAbsTime, double tAbsEps){
 	_model->EvalSParms();
 	switch(iState){case 1:goto L1;case 2:goto L2;case 3:goto L3;}
 	SLEEP(1, 2.0, 0);
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
 	if((A > 1.0))
 		A = 1.0;
 	else if((A > 0.5))
 		{
 			SLEEP(2, (t + 1.0), 0);
+			_pSubj->Advance(StateMachine::CurrentAbsTime());
 			_model->SetTransit_T(0.0);
 		}
 	else
@@ -480,6 +482,7 @@ void pd_SeqSim_1::Run(int iState, double tAbsTime, double tAbsEps){
 		{
 			A = A + 1.0;
 			SLEEP(3, 1.0, 0);
+			_pSubj->Advance(StateMachine::CurrentAbsTime());
 		}
 	_peakTable_0.init();
 	Destroy();
@@ -492,6 +495,7 @@ void pd_SeqSim_2::Run(int iState, double tAbsTime, double tAbsEps){
 	_model->EvalSParms();
 	switch(iState){case 1:goto L1;}
 	SLEEP(1, 5.0, 0);
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
 	Destroy();
 }
 double pk::FixefInflationFactor;

@@ -791,6 +791,7 @@ void pk_SeqSim_1::Run(int iState, double tAbsTime, double tAbsEps){
 	_model->EvalSParms();
 	switch(iState){case 1:goto L1;}
 	SLEEP(1, 1.0, 0);
+	_pSubj->Advance(StateMachine::CurrentAbsTime());
 	A2 = 0.0;
 	Destroy();
 }
@@ -806,6 +807,7 @@ void pk_SeqSim_2::Run(int iState, double tAbsTime, double tAbsEps){
 	while((A1 > 1.0))
 		{
 			SLEEP(1, 2.0, 0);
+			_pSubj->Advance(StateMachine::CurrentAbsTime());
 			Ac += (1.0);
 		}
 	Destroy();

@@ -33,8 +33,13 @@ public:
 	double y3[MAXSSVEC];
 };
 class subject;
+#ifdef IN_COHORT
 FileSampler _sampler0;
 FileSampler _sampler1;
+#else
+extern FileSampler _sampler0;
+extern FileSampler _sampler1;
+#endif
 DECLARE_GLOBAL_SCALAR(double,m1_tvV,1);
 #ifndef IN_COHORT
 	double m1_omega1[1]={0.1, };	// diagonal base omega matrix
