@@ -8,6 +8,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
+#include <unordered_set>
 
 // Ends a run whose checks printed their errors already.
 [[noreturn]] static void ExitOnSemanticErrors() {
@@ -16,8 +18,9 @@
 
 // Every name of 'names' that 'used' lacks, to the warnings log: "<word> 'V' is not used".
 void CheckVarUse(char const* word, SV const& names, SV const& used) {
+    NameMap const usedMap = GetNameMap(used);
     for (String const& name : names)
-        if (MemberOf(name, used) < 0) Warning() << word << " '" << name << "' is not used\n";
+        if (FindIn(usedMap, name) < 0) Warning() << word << " '" << name << "' is not used\n";
 }
 
 // A name that is a reserved word of the generated text can't be a variable.
@@ -32,35 +35,51 @@ static bool CheckReservedWords(SV const& names) {
     return bad;
 }
 
+// The lists that define names, as maps: the ones that count as they are, the fixed effects, and
+// the structural parameters, which can turn a fixed effect into no definition.
+struct DefiningLists {
+    std::vector<NameMap> counted;
+    NameMap fixef, structural;
+};
+
+// The concentration of a cfMacro machine (saCFStrip2) counts, since the generated text defines
+// it by a macro; the machine's own name (saCFMacro2) does not.
+static DefiningLists GetDefiningLists(CGenCode const& g) {
+    DefiningLists d;
+    for (SV const* list :
+         {&g.saCFMacro,     &g.saCFStrip, &g.saCFStrip2, &g.saTransit2,  &g.saDeriv,
+          &g.saUrine,       &g.saTransit, &g.saEvent,    &g.saAssigned,  &g.saCovariates,
+          &g.saInitialDose, &g.saDoubles, &g.saObserved, &g.saResponses, &g.saRanef1,
+          &g.saRanef2,      &g.saRanef3,  &g.saRanef4,   &g.saRanef5,    &g.saError})
+        d.counted.push_back(GetNameMap(*list));
+    d.fixef = GetNameMap(g.saFixef);
+    d.structural = GetNameMap(g.saStruct);
+    return d;
+}
+
 // Whether 'name' is a structural parameter written as a plain copy of its fixed effect,
 // `stparm(V = V)` beside `fixef(V)`: then the stparm alone defines it.
-static bool IsStparmCopyOfFixef(CGenCode const& g, char const* name) {
-    int p = MemberOf(name, g.saStruct);
+static bool IsStparmCopyOfFixef(CGenCode const& g, DefiningLists const& d, char const* name) {
+    int p = FindIn(d.structural, name);
     return p >= 0 && size_t(p) < g.naStparmDuplicatesFixef.size() &&
            g.naStparmDuplicatesFixef[p] != 0;
 }
 
-// How many of the defining lists hold 'name'. The concentration of a cfMacro machine
-// (saCFStrip2) counts, since the generated text defines it by a macro; the machine's own
-// name (saCFMacro2) does not.
-static int CountDefinitions(CGenCode const& g, char const* name) {
-    SV const* lists[] = {&g.saCFMacro,  &g.saCFStrip,    &g.saCFStrip2,    &g.saTransit2,
-                         &g.saDeriv,    &g.saUrine,      &g.saTransit,     &g.saEvent,
-                         &g.saAssigned, &g.saCovariates, &g.saInitialDose, &g.saDoubles,
-                         &g.saObserved, &g.saResponses,  &g.saRanef1,      &g.saRanef2,
-                         &g.saRanef3,   &g.saRanef4,     &g.saRanef5,      &g.saError};
+// How many of the defining lists hold 'name'.
+static int CountDefinitions(CGenCode const& g, DefiningLists const& d, char const* name) {
     int c = 0;
-    for (SV const* list : lists)
-        if (MemberOf(name, *list) >= 0) c++;
-    if (MemberOf(name, g.saFixef) >= 0 && !IsStparmCopyOfFixef(g, name)) c++;
+    for (NameMap const& list : d.counted)
+        if (FindIn(list, name) >= 0) c++;
+    if (FindIn(d.fixef, name) >= 0 && !IsStparmCopyOfFixef(g, d, name)) c++;
     return c;
 }
 
 // Each name the model refers to must be defined by exactly one list.
 static bool CheckDefinitionCounts(CGenCode const& g) {
+    DefiningLists const d = GetDefiningLists(g);
     bool bad = false;
     for (String const& name : g.saAllVars) {
-        int c = CountDefinitions(g, name);
+        int c = CountDefinitions(g, d, name);
         if (c == 0) fprintf(stderr, "Error: '%s' is undefined\r\n", static_cast<char const*>(name));
         if (c > 1)
             fprintf(stderr, "Error: multiple definition of '%s'\r\n",
@@ -103,15 +122,12 @@ static SV DeclaredNames(cn const& s) {
 
 // The names that a top-level statement of 'kind' declares once more, in the order met.
 static SV GetRepeatedNames(NV const& stmts, CNodeType kind) {
-    SV seen, repeated;
+    std::unordered_set<std::string> seen;
+    SV repeated;
     for (N const& s : stmts) {
         if (!s || s->type != kind) continue;
-        for (String const& name : DeclaredNames(s)) {
-            if (MemberOf(name, seen) >= 0)
-                repeated.push_back(name);
-            else
-                seen.push_back(name);
-        }
+        for (String const& name : DeclaredNames(s))
+            if (!seen.insert(std::string(name)).second) repeated.push_back(name);
     }
     return repeated;
 }

@@ -155,10 +155,11 @@ class RateTests {
     void Build() {
         built = true;
         N const assigning = AssigningStatements();
+        AssignIndex const index = GetAssignIndex(names);
         for (N const& r : rates)
             rateNames.insert(std::string(RateName(r, true)));
         for (size_t r = 0; r < rates.size(); r++) {
-            rhs.push_back(FullyExpand(RateExpression(rates[r]), names, exprs));
+            rhs.push_back(FullyExpand(RateExpression(rates[r]), names, exprs, index));
             std::set<std::string> held;
             CollectVarNames(rhs[r], held);
             for (std::string const& v : held)

@@ -5,6 +5,8 @@
 #include "driver/driver.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <set>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -268,6 +270,101 @@ static void PropagateFixefUnits(FixefRule const& rule, SV const& fixefs, UnitPas
     looked = end;
 }
 
+// ---- The passes -------------------------------------------------------------------------------
+// A pass used to visit every statement, and a model needs about one pass per link of its longest
+// chain of units, so a long chain cost passes times statements. A statement's rules read nothing
+// but its own nodes, the table entries of the names it holds and, for an error, the units of the
+// observations. A visit that changed nothing (iChanged stays 0) leaves all of that as it was, so
+// the next visit changes nothing either until one of those inputs changes. A pass therefore
+// visits, in statement order, only the statements that changed in the previous pass or whose
+// inputs changed since their last visit: the same visits that change something, in the same
+// order, with the same pass count and cap as visiting them all.
+
+// Which statements read what, for the passes to revisit only those.
+struct UnitReaders {
+    std::unordered_map<std::string, std::vector<size_t>> byName; // the statements holding a name
+    std::vector<size_t> errors; // error statements: they read the units of the observations
+    bool shared = false;        // a node in two statements: every pass visits them all
+};
+
+// Notes the names under 'n' as read by statement 'at', and whether a node of another statement
+// turns up. 'owner' tells for each node met which statement it was met in.
+static void NoteReads(cn const& n, size_t at, char const* context, UnitReaders& r,
+                      std::unordered_map<CNode const*, size_t>& owner) {
+    if (!n) return;
+    auto met = owner.emplace(n.get(), at);
+    if (!met.second) {
+        if (met.first->second != at) r.shared = true;
+        return;
+    }
+    if (n->name[0]) {
+        std::vector<size_t>& readers = r.byName[NameWithContext(context, n->name)];
+        if (readers.empty() || readers.back() != at) readers.push_back(at);
+    }
+    for (N const* c : {&n->child1, &n->child2, &n->child3, &n->child4})
+        NoteReads(*c, at, context, r, owner);
+    for (N const& e : n->list)
+        NoteReads(e, at, context, r, owner);
+}
+
+static UnitReaders GetUnitReaders(NV const& stmts, char const* context) {
+    UnitReaders r;
+    std::unordered_map<CNode const*, size_t> owner;
+    for (size_t i = 0; i < stmts.size(); i++) {
+        NoteReads(stmts[i], i, context, r, owner);
+        if (stmts[i]->type == CN_ERROR) r.errors.push_back(i);
+    }
+    return r;
+}
+
+// The statements to visit in this pass and in the next, each in statement order.
+struct UnitWork {
+    std::set<size_t> now, next;
+};
+
+// Statement 'r' has to be visited again since something it reads changed while statement 'at'
+// was visited: later in this pass if it comes after 'at', else in the next pass.
+static void Revisit(size_t r, size_t at, UnitWork& w) {
+    (r > at ? w.now : w.next).insert(r);
+}
+
+// The readers of the table entries from 'from' on, which the visit of statement 'at' added.
+static void RevisitReaders(SV const& names, size_t from, size_t at, UnitReaders const& r,
+                           UnitWork& w) {
+    for (size_t k = from; k < names.size(); k++) {
+        auto readers = r.byName.find(std::string(names[k]));
+        if (readers == r.byName.end()) continue;
+        for (size_t s : readers->second)
+            Revisit(s, at, w);
+    }
+}
+
+// One pass over the statements due; returns whether any of them changed something.
+static bool UnitPassOverStatements(NV const& stmts, char const* context, SV& names, NV& table,
+                                   UnitReaders const& r, UnitWork& w) {
+    bool changed = false;
+    while (!w.now.empty()) {
+        size_t const i = *w.now.begin();
+        w.now.erase(w.now.begin());
+        size_t const from = names.size();
+        int iChanged = 0;
+        PropagateUnitsOneStatement(stmts[i], stmts, context, names, table, N(), iChanged);
+        if (!iChanged) continue;
+        changed = true;
+        w.next.insert(i);
+        RevisitReaders(names, from, i, r, w);
+        if (stmts[i]->type != CN_OBSERVE) continue;
+        for (size_t e : r.errors)
+            Revisit(e, i, w);
+    }
+    return changed;
+}
+
+static void VisitAll(size_t count, std::set<size_t>& due) {
+    for (size_t i = 0; i < count; i++)
+        due.insert(due.end(), i);
+}
+
 // Infers the units of every variable of 'body' into the table 'names'/'table', from the base
 // units of its doses, observations and covariates and whatever the table holds already.
 // 'params' are the structural parameters, 'fixefs' the fixed effects.
@@ -276,13 +373,19 @@ void PropagateUnits(cn const& body, SV const& params, SV const& fixefs, char con
     NameIndexScope index(names);
     NV stmts = UnitStatements(body);
     FixefRule const rule = GetFixefRule(stmts, params, fixefs);
+    UnitReaders const readers = GetUnitReaders(stmts, context);
+    UnitWork w;
+    VisitAll(stmts.size(), w.now);
     size_t looked = 0;
     for (int pass = 0; pass < MAX_UNIT_PASSES; pass++) {
-        int iChanged = 0;
+        int iChanged = UnitPassOverStatements(stmts, context, names, table, readers, w);
         UnitPass p{context, names, table, iChanged};
-        for (N const& s : stmts)
-            PropagateUnitsOneStatement(s, stmts, context, names, table, N(), iChanged);
+        size_t const from = names.size();
         PropagateFixefUnits(rule, fixefs, p, looked);
         if (!iChanged) return;
+        RevisitReaders(names, from, SIZE_MAX, readers, w);
+        if (readers.shared) VisitAll(stmts.size(), w.next);
+        w.now.swap(w.next);
+        w.next.clear();
     }
 }

@@ -13,51 +13,80 @@
 // Calls 'visit' on the operands of 'node' in source order: child1 (or child2 when
 // 'fromChild2') to child4, the action blocks when 'withAppendix', then each entry of list.
 template <class Visit>
-static void ForEachOperand(cn const& node, Visit const& visit, bool fromChild2 = false,
+static void ForEachOperand(CNode const& node, Visit const& visit, bool fromChild2 = false,
                            bool withAppendix = false) {
-    if (!fromChild2) visit(node->child1);
-    visit(node->child2);
-    visit(node->child3);
-    visit(node->child4);
-    if (withAppendix && node->appendix) {
-        visit(node->appendix->dobefore);
-        visit(node->appendix->doafter);
-        visit(node->appendix->simulate);
+    if (!fromChild2) visit(node.child1);
+    visit(node.child2);
+    visit(node.child3);
+    visit(node.child4);
+    if (withAppendix && node.appendix) {
+        visit(node.appendix->dobefore);
+        visit(node.appendix->doafter);
+        visit(node.appendix->simulate);
     }
-    for (N const& entry : node->list)
+    for (N const& entry : node.list)
         visit(entry);
 }
 
 // Walks down to the nodes whose kind 'isTarget' accepts and hands each to 'take', without
-// descending below it. 'Ptr' is `cn` for the readers and `N` for the numbering walkers.
+// descending below it. 'Ptr' is `cn` for the readers and `N` for the numbering walkers; below
+// the top the walk goes on the children as they are held, so that only a target is converted.
 template <class Ptr, class IsTarget, class Take>
 static void WalkToTargets(Ptr const& node, IsTarget const& isTarget, Take const& take,
                           bool withAppendix = false) {
     if (!node) return;
     if (isTarget(node->type)) return take(node);
-    auto walk = [&](N const& child) { WalkToTargets<Ptr>(child, isTarget, take, withAppendix); };
-    ForEachOperand(node, walk, false, withAppendix);
+    auto walk = [&](N const& child) { WalkToTargets<N>(child, isTarget, take, withAppendix); };
+    ForEachOperand(*node, walk, false, withAppendix);
+}
+
+// A list that a walk appends names to, each name once, and the uses of each name when wanted.
+// The first look-ups scan the list; after them it has an index, so that a walk over a large
+// model does not scan the list once per name.
+struct NameSink {
+    explicit NameSink(SV& list, std::vector<int>* uses = nullptr) : names(list), counts(uses) {}
+
+    SV& names;
+    std::vector<int>* counts;
+    int scans = 0; // look-ups answered by a scan
+    bool indexed = false;
+    NameMap at; // each name's last index, once 'indexed'
+};
+
+static int const MAX_SINK_SCANS = 16;
+
+// `MemberOf` of the sink's list.
+static int FindInSink(NameSink& s, char const* name) {
+    if (!s.indexed && ++s.scans > MAX_SINK_SCANS) {
+        s.at = GetNameMap(s.names);
+        s.indexed = true;
+    }
+    return s.indexed ? FindIn(s.at, name) : MemberOf(name, s.names);
+}
+
+static void AppendToSink(NameSink& s, char const* name) {
+    s.names.push_back(name);
+    if (s.indexed) s.at[name] = int(s.names.size()) - 1;
 }
 
 // Appends 'name' unless the list holds it already; answers whether it did.
-static bool AddName(SV& names, char const* name) {
-    if (MemberOf(name, names) >= 0) return false;
-    names.push_back(name);
+static bool AddName(NameSink& s, char const* name) {
+    if (FindInSink(s, name) >= 0) return false;
+    AppendToSink(s, name);
     return true;
 }
 
 // ---- CollectVars ------------------------------------------------------------------------------
 
-// One more use of 'name': appended with a count of 1 when new.
-static void CountUse(char const* name, SV& names, std::vector<int>& counts) {
-    assert(counts.size() == names.size());
-    int i = MemberOf(name, names);
+// Counts one more use of 'name', which enters the list at its first use.
+static void CountUse(char const* name, NameSink& s) {
+    int i = FindInSink(s, name);
     if (i >= 0) {
-        counts[i]++;
+        if (s.counts) (*s.counts)[i]++;
         return;
     }
-    names.push_back(name);
-    counts.push_back(1);
+    AppendToSink(s, name);
+    if (s.counts) s.counts->push_back(1);
 }
 
 // Whether child2 of a node of 'type' holds a word rather than an expression: the member in
@@ -66,48 +95,74 @@ static bool HasWordInChild2(CNodeType type) {
     return type == CN_NONE || type == CN_MEMBER || type == CN_MULTI || type == CN_LL;
 }
 
-// Every variable under 'node', with its number of uses. A peak counts as its own name and is
-// not entered; the words of HasWordInChild2 and the distribution names of delayInfCpt
-// (child4) and delay (its list) are no variables.
-void CollectVars(cn const& node, SV& names, std::vector<int>& counts) {
-    if (!node) return;
-    if (node->type == CN_VAR || node->type == CN_PEAK) return CountUse(node->name, names, counts);
-    CollectVars(node->child1, names, counts);
-    if (!HasWordInChild2(node->type)) CollectVars(node->child2, names, counts);
-    CollectVars(node->child3, names, counts);
-    if (node->type != CN_DELAYINFCPT) CollectVars(node->child4, names, counts);
-    CollectVars(node->appendix.get(), names, counts);
-    CollectVars(node->doseOption.get(), names, counts);
-    CollectVars(node->extra.get(), names, counts);
-    if (node->type == CN_DELAY) return;
-    for (N const& entry : node->list)
-        CollectVars(entry, names, counts);
-}
+static void CollectVarsInto(cn const& node, NameSink& s);
 
-void CollectVars(cn const& node, SV& names) {
-    std::vector<int> counts(names.size(), 0); // the counts are not wanted
-    CollectVars(node, names, counts);
-}
-
-void CollectVars(CNodeAppendix const* appendix, SV& names, std::vector<int>& counts) {
+static void CollectVarsInto(CNodeAppendix const* appendix, NameSink& s) {
     if (!appendix) return;
-    CollectVars(appendix->dobefore, names, counts);
-    CollectVars(appendix->doafter, names, counts);
-    CollectVars(appendix->simulate, names, counts);
+    CollectVarsInto(appendix->dobefore, s);
+    CollectVarsInto(appendix->doafter, s);
+    CollectVarsInto(appendix->simulate, s);
 }
 
 // The dose-variable names of a dose point are uses of those variables.
-void CollectVars(CDoseVarOption const* option, SV& names, std::vector<int>& counts) {
+static void CollectVarsInto(CDoseVarOption const* option, NameSink& s) {
     if (!option) return;
     for (String const* name : {&option->idosevar, &option->infdosevar, &option->infratevar})
-        if ((*name)[0]) CountUse(*name, names, counts);
+        if ((*name)[0]) CountUse(*name, s);
+}
+
+static void CollectVarsInto(CNodeExtra const* extra, NameSink& s) {
+    if (!extra) return;
+    CollectVarsInto(extra->beta, s);
+    CollectVarsInto(extra->power, s);
+    CollectVarsInto(extra->zprobOrLinkp, s);
+}
+
+// Every variable under 'node', with its number of uses. A peak counts as its own name and is
+// not entered; the words of HasWordInChild2 and the distribution names of delayInfCpt
+// (child4) and delay (its list) are no variables.
+static void CollectVarsInto(cn const& node, NameSink& s) {
+    if (!node) return;
+    if (node->type == CN_VAR || node->type == CN_PEAK) return CountUse(node->name, s);
+    CollectVarsInto(node->child1, s);
+    if (!HasWordInChild2(node->type)) CollectVarsInto(node->child2, s);
+    CollectVarsInto(node->child3, s);
+    if (node->type != CN_DELAYINFCPT) CollectVarsInto(node->child4, s);
+    CollectVarsInto(node->appendix.get(), s);
+    CollectVarsInto(node->doseOption.get(), s);
+    CollectVarsInto(node->extra.get(), s);
+    if (node->type == CN_DELAY) return;
+    for (N const& entry : node->list)
+        CollectVarsInto(entry, s);
+}
+
+void CollectVars(cn const& node, SV& names, std::vector<int>& counts) {
+    assert(counts.size() == names.size());
+    NameSink s(names, &counts);
+    CollectVarsInto(node, s);
+}
+
+void CollectVars(cn const& node, SV& names) {
+    NameSink s(names); // the counts are not wanted
+    CollectVarsInto(node, s);
+}
+
+void CollectVars(CNodeAppendix const* appendix, SV& names, std::vector<int>& counts) {
+    assert(counts.size() == names.size());
+    NameSink s(names, &counts);
+    CollectVarsInto(appendix, s);
+}
+
+void CollectVars(CDoseVarOption const* option, SV& names, std::vector<int>& counts) {
+    assert(counts.size() == names.size());
+    NameSink s(names, &counts);
+    CollectVarsInto(option, s);
 }
 
 void CollectVars(CNodeExtra const* extra, SV& names, std::vector<int>& counts) {
-    if (!extra) return;
-    CollectVars(extra->beta, names, counts);
-    CollectVars(extra->power, names, counts);
-    CollectVars(extra->zprobOrLinkp, names, counts);
+    assert(counts.size() == names.size());
+    NameSink s(names, &counts);
+    CollectVarsInto(extra, s);
 }
 
 // ---- State variables -------------------------------------------------------------------------
@@ -121,13 +176,18 @@ static bool IsEventKind(CNodeType type) {
 }
 
 // At a statement of 'kind' takes the variable of child1, then walks on from child2, so the
-// walk does not stop at the statement.
-static void CollectStateVars(cn const& node, CNodeType kind, SV& names) {
+// walk does not stop at the statement. The walk holds plain pointers: no count changes per node.
+static void CollectStateVarsInto(CNode const* node, CNodeType kind, NameSink& s) {
     if (!node) return;
     bool const isTarget = node->type == kind;
-    if (isTarget) CollectVars(node->child1, names);
+    if (isTarget) CollectVarsInto(node->child1, s);
     ForEachOperand(
-        node, [&](N const& c) { CollectStateVars(c, kind, names); }, isTarget);
+        *node, [&](N const& c) { CollectStateVarsInto(c.get(), kind, s); }, isTarget);
+}
+
+static void CollectStateVars(cn const& node, CNodeType kind, SV& names) {
+    NameSink s(names);
+    CollectStateVarsInto(node.get(), kind, s);
 }
 
 void CollectDerivVars(cn const& node, SV& names) {
@@ -148,33 +208,41 @@ void CollectTransit2Vars(cn const& node, SV& names) {
 
 // Every integrated variable: the variables of the four integrator statements and the names
 // of event and count statements, walking on from child2 of each.
-void CollectIntegVars(cn const& node, SV& names) {
+static void CollectIntegVarsInto(CNode const* node, NameSink& s) {
     if (!node) return;
     bool const isTarget = IsIntegratorKind(node->type);
     if (isTarget && IsEventKind(node->type))
-        AddName(names, node->name);
+        AddName(s, node->name);
     else if (isTarget)
-        CollectVars(node->child1, names);
+        CollectVarsInto(node->child1, s);
     ForEachOperand(
-        node, [&](N const& c) { CollectIntegVars(c, names); }, isTarget);
+        *node, [&](N const& c) { CollectIntegVarsInto(c.get(), s); }, isTarget);
+}
+
+void CollectIntegVars(cn const& node, SV& names) {
+    NameSink s(names);
+    CollectIntegVarsInto(node.get(), s);
 }
 
 void CollectEventVars(cn const& node, SV& names) {
-    WalkToTargets(node, IsEventKind, [&](cn const& n) { AddName(names, n->name); });
+    NameSink sink(names);
+    WalkToTargets(node, IsEventKind, [&](cn const& n) { AddName(sink, n->name); });
 }
 
 // ---- Dose points --------------------------------------------------------------------------
 
 void CollectDosepoints1(cn const& node, SV& names, std::vector<unsigned short>& split) {
     auto isDose = [](CNodeType type) { return type == CN_DOSEPOINT; };
+    NameSink sink(names);
     WalkToTargets(node, isDose, [&](cn const& n) {
-        if (AddName(names, n->name)) split.push_back(n->doseOption ? n->doseOption->split : 0);
+        if (AddName(sink, n->name)) split.push_back(n->doseOption ? n->doseOption->split : 0);
     });
 }
 
 void CollectDosepoints2(cn const& node, SV& names) {
     auto isDose = [](CNodeType type) { return type == CN_DOSEPOINT2; };
-    WalkToTargets(node, isDose, [&](cn const& n) { AddName(names, n->name); });
+    NameSink sink(names);
+    WalkToTargets(node, isDose, [&](cn const& n) { AddName(sink, n->name); });
 }
 
 // The initial-dose variables of the dose points, kept as they come, duplicates included.
@@ -201,15 +269,17 @@ static String DepotName(cn const& stmt) {
 
 void CollectCFMacroVars(cn const& node, SV& names, SV& depots) {
     auto isMicro = [](CNodeType type) { return type == CN_CFMICRO || type == CN_CFMACRO1; };
+    NameSink sink(names);
     WalkToTargets(node, isMicro, [&](cn const& n) {
-        if (AddName(names, n->name)) depots.push_back(DepotName(n));
+        if (AddName(sink, n->name)) depots.push_back(DepotName(n));
     });
 }
 
 void CollectCFMacro2Vars(cn const& node, SV& names, SV& firsts) {
     auto isMacro = [](CNodeType type) { return type == CN_CFMACRO; };
+    NameSink sink(names);
     WalkToTargets(node, isMacro, [&](cn const& n) {
-        if (!AddName(names, n->name)) return;
+        if (!AddName(sink, n->name)) return;
         firsts.push_back(!n->list.empty() && n->list[0] ? n->list[0]->name : String());
     });
 }
@@ -228,16 +298,18 @@ static char const* ResponseKindWord(CNodeType type) {
 
 void CollectResponses(cn const& node, SV& names, SV& kinds) {
     auto isResponse = [](CNodeType type) { return type >= CN_MULTI && type <= CN_COUNT; };
+    NameSink sink(names);
     WalkToTargets(node, isResponse, [&](cn const& n) {
-        if (AddName(names, n->name)) kinds.push_back(ResponseKindWord(n->type));
+        if (AddName(sink, n->name)) kinds.push_back(ResponseKindWord(n->type));
     });
 }
 
 // Beside each observed name its bql flag: 1 bql, 2 aql, 3 both, 0 none.
 void CollectObservations(cn const& node, SV& names, std::vector<unsigned short>& bql) {
     auto isObserve = [](CNodeType type) { return type == CN_OBSERVE; };
+    NameSink sink(names);
     WalkToTargets(node, isObserve, [&](cn const& n) {
-        if (!AddName(names, n->name)) return;
+        if (!AddName(sink, n->name)) return;
         bql.push_back(n->child3 ? static_cast<unsigned short>(n->child3->value) : 0);
     });
 }
@@ -258,9 +330,10 @@ void CollectCovariates(cn const& node, SV& names, std::vector<unsigned short>& f
     auto isCovariate = [](CNodeType type) {
         return type >= CN_COVARIATE && type <= CN_INTERPOLATE;
     };
+    NameSink sink(names);
     WalkToTargets(node, isCovariate, [&](cn const& n) {
         for (N const& var : n->list) {
-            if (!AddName(names, var->name)) continue;
+            if (!AddName(sink, var->name)) continue;
             flags.push_back(var->child1 ? 1 : 0); // "name()"
             kinds.push_back(CovariateKindNumber(n->type));
         }
@@ -270,9 +343,10 @@ void CollectCovariates(cn const& node, SV& names, std::vector<unsigned short>& f
 // The names in the list of each statement of 'kind'.
 static void CollectListNames(cn const& node, CNodeType kind, SV& names) {
     auto isKind = [kind](CNodeType type) { return type == kind; };
+    NameSink sink(names);
     WalkToTargets(node, isKind, [&](cn const& n) {
         for (N const& var : n->list)
-            AddName(names, var->name);
+            AddName(sink, var->name);
     });
 }
 
@@ -289,9 +363,10 @@ void CollectDoubles(cn const& node, SV& names) {
 // The variables on the left of the assignments in the list of each statement of 'kind'.
 static void CollectLeftSides(cn const& node, CNodeType kind, SV& names) {
     auto isKind = [kind](CNodeType type) { return type == kind; };
+    NameSink sink(names);
     WalkToTargets(node, isKind, [&](cn const& n) {
         for (N const& entry : n->list)
-            if (entry && entry->type == CN_ASSIGN) CollectVars(entry->child1, names);
+            if (entry && entry->type == CN_ASSIGN) CollectVarsInto(entry->child1, sink);
     });
 }
 
@@ -310,9 +385,10 @@ void CollectSecondary(cn const& node, SV& names) {
 // The random effects of each group (block, diag, same) of the statements of 'kind'.
 static void CollectRanefNames(cn const& node, CNodeType kind, SV& names) {
     auto isKind = [kind](CNodeType type) { return type == kind; };
+    NameSink sink(names);
     WalkToTargets(node, isKind, [&](cn const& n) {
         for (N const& group : n->list)
-            if (group) CollectVars(group->child1, names);
+            if (group) CollectVarsInto(group->child1, sink);
     });
 }
 
@@ -358,9 +434,10 @@ static double NumberAt(NV const& list, size_t i, double absent) {
 void CollectFixef(cn const& node, SV& units, SV& names, std::vector<unsigned short>& frozen,
                   std::vector<int64_t>& enable, std::vector<double>& init) {
     auto isFixef = [](CNodeType type) { return type == CN_FIXEF; };
+    NameSink sink(names);
     WalkToTargets(node, isFixef, [&](cn const& stmt) {
         for (N const& item : stmt->list) {
-            if (!item || !AddName(names, item->name)) continue;
+            if (!item || !AddName(sink, item->name)) continue;
             units.push_back(String()); // no statement gives a fixed effect units of its own
             frozen.push_back(IsFrozenMark(item->child1) ? 1 : 0);
             enable.push_back(EnableNumber(item));
@@ -370,12 +447,12 @@ void CollectFixef(cn const& node, SV& units, SV& names, std::vector<unsigned sho
 }
 
 // The names of one error entry, each with the entry's frozen flag and its value.
-static void CollectErrorEntry(cn const& entry, SV& names, std::vector<unsigned short>& frozen,
+static void CollectErrorEntry(cn const& entry, NameSink& sink, std::vector<unsigned short>& frozen,
                               std::vector<double>& init) {
     if (!entry || entry->type != CN_VARIANCE_DIAG || !entry->child1) return;
     NV const& vars = entry->child1->list;
     for (size_t i = 0; i < vars.size(); i++) {
-        if (!AddName(names, vars[i]->name)) continue;
+        if (!AddName(sink, vars[i]->name)) continue;
         frozen.push_back(IsFrozenMark(entry->child1->child1) ? 1 : 0);
         init.push_back(entry->child3 ? NumberAt(entry->child3->list, i, 1.0) : 1.0);
     }
@@ -384,9 +461,10 @@ static void CollectErrorEntry(cn const& entry, SV& names, std::vector<unsigned s
 void CollectErrorInfo(cn const& node, SV& names, std::vector<unsigned short>& frozen,
                       std::vector<double>& init) {
     auto isError = [](CNodeType type) { return type == CN_ERROR; };
+    NameSink sink(names);
     WalkToTargets(node, isError, [&](cn const& stmt) {
         for (N const& entry : stmt->list)
-            CollectErrorEntry(entry, names, frozen, init);
+            CollectErrorEntry(entry, sink, frozen, init);
     });
 }
 
@@ -395,8 +473,9 @@ void CollectErrorInfo(cn const& node, SV& names, std::vector<unsigned short>& fr
 // The names of the nodes of 'kind', walking the action blocks as well.
 static void CollectStatNames(cn const& node, CNodeType kind, SV& names) {
     auto isKind = [kind](CNodeType type) { return type == kind; };
+    NameSink sink(names);
     WalkToTargets(
-        node, isKind, [&](cn const& n) { AddName(names, n->name); }, true);
+        node, isKind, [&](cn const& n) { AddName(sink, n->name); }, true);
 }
 
 void CollectCVMean(cn const& node, SV& names) {
@@ -429,50 +508,62 @@ static bool IsZero(N const& n) {
 
 // Variables that an expression statement sets to the plain number 0, that is, switches off.
 // Only blocks are entered.
-void CollectConst(cn const& node, SV& names) {
+static void CollectConstInto(cn const& node, NameSink& s) {
     if (!node) return;
     if (node->type == CN_BLOCK) {
         for (N const& stmt : node->list)
-            CollectConst(stmt, names);
+            CollectConstInto(stmt, s);
         return;
     }
     if (node->type != CN_ASSIGN || !node->child1 || node->child1->type != CN_VAR) return;
-    if (IsZero(node->child2)) AddName(names, node->child1->name);
+    if (IsZero(node->child2)) AddName(s, node->child1->name);
+}
+
+void CollectConst(cn const& node, SV& names) {
+    NameSink s(names);
+    CollectConstInto(node, s);
 }
 
 // The names of an assignment's left side, and a peak's own name when it is the right side.
-static void CollectAssignedBy(cn const& assign, SV& names) {
-    CollectVars(assign->child1, names);
-    if (assign->child2 && assign->child2->type == CN_PEAK) CollectVars(assign->child2, names);
+static void CollectAssignedBy(cn const& assign, NameSink& s) {
+    CollectVarsInto(assign->child1, s);
+    if (assign->child2 && assign->child2->type == CN_PEAK) CollectVarsInto(assign->child2, s);
 }
 
 // The dependent variable of each y row of a table; the first row is the x row.
-static void CollectTableRows(cn const& table, SV& names) {
+static void CollectTableRows(cn const& table, NameSink& s) {
     for (size_t i = 1; i < table->list.size(); i++)
-        if (table->list[i]) CollectVars(table->list[i]->child1, names);
+        if (table->list[i]) CollectVarsInto(table->list[i]->child1, s);
 }
 
-static void CollectAssignedEntries(cn const& node, SV& names) {
+static void CollectAssignedInto(cn const& node, NameSink& s);
+
+static void CollectAssignedEntries(cn const& node, NameSink& s) {
     for (N const& entry : node->list)
-        CollectAssigned(entry, names);
+        CollectAssignedInto(entry, s);
+}
+
+static void CollectAssignedInto(cn const& node, NameSink& s) {
+    if (!node) return;
+    switch (node->type) {
+        case CN_ASSIGN: return CollectAssignedBy(node, s);
+        case CN_TABLE: return CollectTableRows(node, s);
+        case CN_CFMICRO: return CollectAssignedEntries(node, s);
+        case CN_CFMACRO1: return CollectAssignedEntries(node, s);
+        case CN_GROUP: return CollectAssignedEntries(node, s);
+        case CN_STPARM: return CollectAssignedEntries(node, s);
+        case CN_SECONDARY: return CollectAssignedEntries(node, s);
+        case CN_BLOCK: return CollectAssignedEntries(node, s);
+        default: return;
+    }
 }
 
 // All names that statements define: left sides of assignments, anywhere in blocks and in the
 // lists of closed forms and parameter statements, and the y rows of tables. Action code of a
 // sequence is not entered.
 void CollectAssigned(cn const& node, SV& names) {
-    if (!node) return;
-    switch (node->type) {
-        case CN_ASSIGN: return CollectAssignedBy(node, names);
-        case CN_TABLE: return CollectTableRows(node, names);
-        case CN_CFMICRO: return CollectAssignedEntries(node, names);
-        case CN_CFMACRO1: return CollectAssignedEntries(node, names);
-        case CN_GROUP: return CollectAssignedEntries(node, names);
-        case CN_STPARM: return CollectAssignedEntries(node, names);
-        case CN_SECONDARY: return CollectAssignedEntries(node, names);
-        case CN_BLOCK: return CollectAssignedEntries(node, names);
-        default: return;
-    }
+    NameSink s(names);
+    CollectAssignedInto(node, s);
 }
 
 bool has_peak(cn const& node) {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 extern String sInFile;
@@ -49,6 +50,13 @@ class NameIndexScope {
 // `MemberOf`, answered from the open index when it is on 'list'.
 int FindName(char const* name, SV const& list);
 int FindName(char const* context, char const* name, SV const& list);
+
+// Each name of a list with its last index, as `MemberOf` finds it: for many look-ups in a list
+// that stays as it is meanwhile (name_index.cpp).
+typedef std::unordered_map<std::string, int> NameMap;
+NameMap GetNameMap(SV const& list);
+// `MemberOf` of the list that 'map' was made of.
+int FindIn(NameMap const& map, char const* name);
 void EliminateDuplicates(SV& list);
 void EliminateDuplicates(SV& list, std::vector<unsigned short>& a);
 void EliminateDuplicates(SV& list, std::vector<unsigned short>& a, std::vector<unsigned short>& b);

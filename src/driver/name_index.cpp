@@ -1,6 +1,7 @@
 // A hash index over one name list that only grows, such as the table of units, so that a
 // lookup on a long list costs no scan. While a `NameIndexScope` is open on a list, `FindName`
-// answers from the index; on any other list it is `MemberOf`.
+// answers from the index; on any other list it is `MemberOf`. Also the plain maps of a list that
+// does not change, for the checks that look up many names in one list.
 #include "driver/driver.h"
 
 #include <cassert>
@@ -46,4 +47,16 @@ int FindName(char const* name, SV const& list) {
 
 int FindName(char const* context, char const* name, SV const& list) {
     return FindName(NameWithContext(context, name), list);
+}
+
+NameMap GetNameMap(SV const& list) {
+    NameMap map;
+    for (size_t i = 0; i < list.size(); i++)
+        map[std::string(list[i])] = int(i);
+    return map;
+}
+
+int FindIn(NameMap const& map, char const* name) {
+    auto it = map.find(name);
+    return it == map.end() ? -1 : it->second;
 }

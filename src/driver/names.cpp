@@ -4,6 +4,9 @@
 #include "driver/driver.h"
 
 #include <cstring>
+#include <string>
+#include <unordered_set>
+#include <utility>
 
 // Words that may not name a variable, since they are words of the generated C++.
 // clang-format off
@@ -33,20 +36,34 @@ int MemberOf(char const* context, char const* name, SV const& list) {
     return MemberOf(NameWithContext(context, name), list);
 }
 
-// Keeps the first occurrence of each text; the parallel vectors lose the same positions.
+// Which entries of 'list' are the first of their text.
+static std::vector<char> FirstOccurrences(SV const& list) {
+    std::vector<char> first(list.size());
+    std::unordered_set<std::string> seen;
+    for (size_t i = 0; i < list.size(); i++)
+        first[i] = seen.insert(std::string(list[i])).second;
+    return first;
+}
+
+// Keeps the entries of 'v' that 'keep' marks; an entry past the end of 'keep' stays.
+template <class T> static void KeepMarked(std::vector<T>& v, std::vector<char> const& keep) {
+    size_t out = 0;
+    for (size_t i = 0; i < v.size(); i++) {
+        if (i < keep.size() && !keep[i]) continue;
+        if (out != i) v[out] = std::move(v[i]);
+        out++;
+    }
+    v.erase(v.begin() + out, v.end());
+}
+
+// Keeps the first occurrence of each text; the parallel vectors lose the same positions, as
+// far as they reach, and keep what lies beyond the end of the list.
 static void EliminateDuplicatesImpl(SV& list, std::vector<unsigned short>* a,
                                     std::vector<unsigned short>* b) {
-    for (size_t i = 0; i < list.size(); i++) {
-        for (size_t j = i + 1; j < list.size();) {
-            if (list[j] != list[i]) {
-                j++;
-                continue;
-            }
-            list.erase(list.begin() + j);
-            if (a && j < a->size()) a->erase(a->begin() + j);
-            if (b && j < b->size()) b->erase(b->begin() + j);
-        }
-    }
+    std::vector<char> const keep = FirstOccurrences(list);
+    KeepMarked(list, keep);
+    if (a) KeepMarked(*a, keep);
+    if (b) KeepMarked(*b, keep);
 }
 
 void EliminateDuplicates(SV& list) {

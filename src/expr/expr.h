@@ -7,6 +7,8 @@
 
 #include <set>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 // Thrown (as a pointer) only by differentiation when a derivative can't be formed.
@@ -28,6 +30,13 @@ extern std::set<std::string> recursiveDeps;
 // 'expr' with every name of 'names' replaced by the parallel entry of 'exprs', repeatedly,
 // until nothing changes or 20 passes are done.
 N FullyExpand(cn expr, SV const& names, NV const& exprs);
+// Each name of an assignment list with its places in the list, ascending. It points into the
+// list, which must stay as it is while the index is in use.
+typedef std::unordered_map<std::string_view, std::vector<size_t>> AssignIndex;
+AssignIndex GetAssignIndex(SV const& names);
+// The same, for many expressions over one list: 'index' is `GetAssignIndex(names)`, so that a
+// pass visits only the names the expression holds instead of the whole list.
+N FullyExpand(cn expr, SV const& names, NV const& exprs, AssignIndex const& index);
 
 // The entries of 'nodes' that have kind 'type', in order; entries must not be empty.
 std::vector<cn> filter_nodes(NV const& nodes, CNodeType type);

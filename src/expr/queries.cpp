@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <string_view>
 #include <unordered_set>
@@ -267,13 +268,45 @@ static bool SubstIsCopy(HeldNames const& held, char const* name) {
     return held.clean && !held.nan && !held.names.count(std::string_view(name));
 }
 
+AssignIndex GetAssignIndex(SV const& names) {
+    AssignIndex index;
+    for (size_t i = 0; i < names.size(); i++)
+        index[std::string_view(names[i])].push_back(i);
+    return index;
+}
+
+static size_t const NO_PLACE = SIZE_MAX;
+
+// The last place below 'i' of a name that 'held' holds, or NO_PLACE.
+static size_t LastHeldBelow(HeldNames const& held, AssignIndex const& index, size_t i) {
+    size_t last = NO_PLACE;
+    for (std::string_view name : held.names) {
+        auto at = index.find(name);
+        if (at == index.end()) continue;
+        auto above = std::lower_bound(at->second.begin(), at->second.end(), i);
+        if (above == at->second.begin()) continue;
+        size_t const place = *(above - 1);
+        if (last == NO_PLACE || place > last) last = place;
+    }
+    return last;
+}
+
+// The place after 'i' that a pass visits, going down: the next one, or with an 'index' the
+// next whose substitution could be more than a copy; the places between would be skipped.
+static size_t NextPlace(HeldNames const& held, AssignIndex const* index, size_t i) {
+    if (i == 0) return NO_PLACE;
+    if (!index || !held.clean || held.nan) return i - 1;
+    return LastHeldBelow(held, *index, i);
+}
+
 // One pass over the assignments, last to first, substituting each name by its right side in
 // 'work'. A recursive name that changed something joins 'done' when 'need_collect' is set.
 // Answers whether any name changed the tree. A substitution that could only copy is skipped.
-static bool ExpandPass(N& work, SV const& names, NV const& exprs, bool need_collect,
-                       std::set<std::string>& done, HeldNames& held) {
+static bool ExpandPass(N& work, SV const& names, NV const& exprs, AssignIndex const* index,
+                       bool need_collect, std::set<std::string>& done, HeldNames& held) {
     bool changed = false;
-    for (size_t i = std::min(names.size(), exprs.size()); i-- > 0;) {
+    size_t i = std::min(names.size(), exprs.size());
+    while ((i = NextPlace(held, index, i)) != NO_PLACE) {
         if (need_collect && done.count(std::string(names[i]))) continue;
         if (!exprs[i]) continue; // no right side to put in
         if (SubstIsCopy(held, names[i])) continue;
@@ -295,7 +328,7 @@ static bool ExpandPass(N& work, SV const& names, NV const& exprs, bool need_coll
 
 // 'expr' with all assigned names inlined. A cycle that `recursiveDeps` does not know is
 // ended by the limit of 20 passes.
-N FullyExpand(cn expr, SV const& names, NV const& exprs) {
+static N FullyExpandOver(cn expr, SV const& names, NV const& exprs, AssignIndex const* index) {
     static bool const need_collect = !recursiveDeps.empty(); // decided once, at the first call
     assert(names.size() == exprs.size());
     if (!expr) return N();
@@ -304,6 +337,14 @@ N FullyExpand(cn expr, SV const& names, NV const& exprs) {
     HeldNames held;
     NoteHeld(work, held);
     for (int pass = 0; pass < 20; pass++)
-        if (!ExpandPass(work, names, exprs, need_collect, done, held)) break;
+        if (!ExpandPass(work, names, exprs, index, need_collect, done, held)) break;
     return work;
+}
+
+N FullyExpand(cn expr, SV const& names, NV const& exprs) {
+    return FullyExpandOver(expr, names, exprs, nullptr);
+}
+
+N FullyExpand(cn expr, SV const& names, NV const& exprs, AssignIndex const& index) {
+    return FullyExpandOver(expr, names, exprs, &index);
 }

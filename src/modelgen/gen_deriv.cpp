@@ -218,6 +218,18 @@ int CGenCode::GetCompartmentNumber(char const* name) const {
     return -1;
 }
 
+// The first place of a name counts, as in GetCompartmentNumber.
+std::unordered_map<std::string, int> CGenCode::GetCompartmentNumbers() const {
+    std::unordered_map<std::string, int> numbers;
+    int i = 0;
+    for (SV const* list : CompartmentLists(*this))
+        for (String const& s : *list) {
+            if (s[0]) numbers.emplace(std::string(s), i);
+            i++;
+        }
+    return numbers;
+}
+
 // int GetNumCompartments() ... int GetCompartmentNumber(const char* _nm) ...
 // void GetCompartmentName(int _pi, char* _nm)
 static void GenCompartmentRoutines(CGenCode const& g) {

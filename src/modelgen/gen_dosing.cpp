@@ -12,8 +12,8 @@ struct DoseTarget {
     char const* machine; // the machine of a central or depot, the variable of a chain
 };
 
-static DoseTarget GetDoseTarget(CGenCode const& g, char const* name) {
-    int i = g.GetCompartmentNumber(name);
+// 'i' is the compartment number of 'name'.
+static DoseTarget GetDoseTarget(CGenCode const& g, char const* name, int i) {
     if (i < 0) return {Target::None, name};
     int n = int(g.saDeriv.size() + g.saUrine.size());
     if (i < n) return {Target::Integrator, name};
@@ -384,7 +384,7 @@ static void GenPerform(CGenCode const& g, int level, Perform p) {
             g.GenActionCode(before, 3, true);
             fprintf(fp, "\t\teval_sparams(zzY);\n");
         }
-        GenStateChange(fp, d, GetDoseTarget(g, d->name), p, g.pBody);
+        GenStateChange(fp, d, GetDoseTarget(g, d->name, cpt), p, g.pBody);
         if (after && p != Perform::InfStart) {
             fprintf(fp, "\t\t// do after-dose action\n");
             g.GenActionCode(after, 3, true);
@@ -451,11 +451,14 @@ void CGenCode::GenAddToCpt() {
     fprintf(fp, "\tNUM * zzY = globalY;\n");
     fprintf(fp, "\tif (odeState == ODESTATE_UNDERWAY)\n\t\todeState = ODESTATE_CHANGE;\n\n");
     fprintf(fp, "\tif (0){\n");
+    std::unordered_map<std::string, int> const numbers = GetCompartmentNumbers();
     for (N const& s : GetTopStatements(pBody)) {
         char const* name = CompartmentOf(s);
         if (!name) continue;
-        fprintf(fp, "\t} else if (_iCpt==%d){\n", GetCompartmentNumber(name));
-        DoseTarget t = GetDoseTarget(*this, name);
+        auto at = name[0] ? numbers.find(name) : numbers.end();
+        int const cpt = at == numbers.end() ? -1 : at->second;
+        fprintf(fp, "\t} else if (_iCpt==%d){\n", cpt);
+        DoseTarget t = GetDoseTarget(*this, name, cpt);
         switch (t.kind) {
             case Target::Integrator: fprintf(fp, "\t\tzzY[_iCpt] += _dv;\n"); break;
             case Target::Central:

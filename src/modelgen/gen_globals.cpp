@@ -7,6 +7,7 @@
 #include "modelgen/globals_templates.h"
 
 #include <string>
+#include <unordered_set>
 
 static void AddMacro(std::string const& name) {
     AddMacro(name.c_str());
@@ -18,9 +19,23 @@ static bool IsIn(char const* name, SV const& list) {
     return MemberOf(name, list) >= 0;
 }
 
+// A set of names, for the tests that a long list would answer by a scan per name.
+typedef std::unordered_set<std::string> NameSet;
+
+static NameSet GetNameSet(SV const& list) {
+    NameSet set;
+    for (String const& name : list)
+        set.insert(std::string(name));
+    return set;
+}
+
+static bool IsIn(char const* name, NameSet const& set) {
+    return set.count(name) > 0;
+}
+
 // The names declared so far; later groups skip them.
-static void Declare(SV& declared, char const* name) {
-    declared.push_back(name);
+static void Declare(NameSet& declared, char const* name) {
+    declared.insert(name);
 }
 
 // One theta: a fixed effect or, after them, an error variable, at 'index' in that order.
@@ -66,7 +81,7 @@ static char const* ThetaType(Theta const& th) {
 // static double _0cp, _1cp;		// end point values for interpolating cp
 // #define cp _interpolate(t, _T0_cp, _0cp, _T1_cp, _1cp)
 // static double _initial_cp;
-static void GenInterpolatedStatics(CGenCode const& g, SV& declared) {
+static void GenInterpolatedStatics(CGenCode const& g, NameSet& declared) {
     for (String const& s : g.saInterpolate) {
         char const* nm = s;
         Declare(declared, nm);
@@ -92,7 +107,7 @@ static void GenInterpolatedStatics(CGenCode const& g, SV& declared) {
 //
 // constexpr bool HasDelay()
 // { ... }
-static void GenStatics(CGenCode const& g, SV& declared) {
+static void GenStatics(CGenCode const& g, NameSet& declared) {
     FILE* fp = g.fp;
     if (*g.sTimeVar && !IsIn(g.sTimeVar, declared)) {
         Declare(declared, g.sTimeVar);
@@ -228,7 +243,7 @@ static void GenEnabledFixefs(CGenCode const& g) {
 //
 //     EtaType nV;
 //
-static void GenThetaAndEtaMembers(CGenCode const& g, SV& declared) {
+static void GenThetaAndEtaMembers(CGenCode const& g, NameSet& declared) {
     for (Theta const& th : GetThetas(g)) {
         Declare(declared, th.name);
         fprintf(g.fp, "    %s & %s;\n", ThetaType(th), th.name);
@@ -246,8 +261,9 @@ static void GenThetaAndEtaMembers(CGenCode const& g, SV& declared) {
 // Prints "    double V;\n" for each name of 'list' that is neither an integrator nor declared,
 // with "    double _initial_V;\n" after it when 'initial'; 'skip' (may be null) parallel to
 // 'list' leaves out the entries that are not 0.
-static void GenVariableMembers(CGenCode const& g, SV const& list, bool initial, SV const& integ,
-                               SV& declared, NaList const* skip = nullptr) {
+static void GenVariableMembers(CGenCode const& g, SV const& list, bool initial,
+                               NameSet const& integ, NameSet& declared,
+                               NaList const* skip = nullptr) {
     for (size_t i = 0; i < list.size(); i++) {
         char const* nm = list[i];
         if (IsIn(nm, integ) || IsIn(nm, declared)) continue;
@@ -261,12 +277,12 @@ static void GenVariableMembers(CGenCode const& g, SV const& list, bool initial, 
 //     double V;
 //     double _initial_V;
 //     ...
-static void GenModelVariableMembers(CGenCode const& g, SV& declared) {
+static void GenModelVariableMembers(CGenCode const& g, NameSet& declared) {
     for (String const& s : g.saDoubles) {
         Declare(declared, s);
         fprintf(g.fp, "    %s %s;\n", MemberType(s), C(s));
     }
-    SV integ = g.GetIntegratorList();
+    NameSet const integ = GetNameSet(g.GetIntegratorList());
     GenVariableMembers(g, g.saGroup, true, integ, declared);
     GenVariableMembers(g, g.saStruct, true, integ, declared, &g.naStparmDuplicatesFixef);
     GenVariableMembers(g, g.saSecondary, false, integ, declared);
@@ -350,7 +366,7 @@ static void GenConstructor(CGenCode const& g) {
 //     <thetas, etas, model variables, sequences, events, tables, constructor>
 //     ...
 // };
-static void GenClasses(CGenCode const& g, SV& declared) {
+static void GenClasses(CGenCode const& g, NameSet& declared) {
     if (g.IsDualModel()) fputs(base_data_declaration, g.fp);
     GenEnabledFixefs(g);
     fputs(model_data_start, g.fp);
@@ -416,10 +432,11 @@ static void GenInitRanef(CGenCode const& g) {
     if (g.saDualRanef5.empty()) return;
     fprintf(fp, "template <>\n");
     fprintf(fp, "void model_data<double, DualEta>::init_ranef(const double * ran)\n{\n");
+    NameSet const dual = GetNameSet(g.saDualRanef5);
     int k = 0;
     for (size_t i = 0; i < g.saRanef5.size(); i++) {
         char const* nm = g.saRanef5[i];
-        if (IsIn(nm, g.saDualRanef5)) {
+        if (IsIn(nm, dual)) {
             fprintf(fp, "    %s = DualEta(ran[%d]);\n", nm, int(i));
             fprintf(fp, "    %s.b[%d] = 1;\n", nm, k++);
         } else {
@@ -465,10 +482,11 @@ static void GenCopyGradEta(CGenCode const& g) {
     FILE* fp = g.fp;
     fprintf(fp, "void copy_grad(const DualEta & ll, double grad[])\n{\n");
     fprintf(fp, "    if (!grad) return;\n");
+    NameSet const dual = GetNameSet(g.saDualRanef5);
     int k = 0;
     for (size_t i = 0; i < g.saRanef5.size(); i++) {
         char const* nm = g.saRanef5[i];
-        if (IsIn(nm, g.saDualRanef5))
+        if (IsIn(nm, dual))
             fprintf(fp, "    grad[%d] += ll.b[%d]; // %s\n", int(i), k++, nm);
         else
             fprintf(fp, "    // %s\n", nm);
@@ -699,8 +717,9 @@ static void GenThetaRoutines(CGenCode const& g) {
 // }
 static void GenOdeRanefs(CGenCode const& g) {
     fprintf(g.fp, "void GetOdeRanefs(int *_pi)\n{\n");
+    NameSet const dual = GetNameSet(g.saDualRanef5);
     for (String const& s : g.saRanef5)
-        fprintf(g.fp, "\t*_pi++ = %d; // %s\n", IsIn(s, g.saDualRanef5) ? 1 : 0, C(s));
+        fprintf(g.fp, "\t*_pi++ = %d; // %s\n", IsIn(s, dual) ? 1 : 0, C(s));
     fprintf(g.fp, "}\n\n");
 }
 
@@ -784,7 +803,7 @@ static void GenNameAndCountRoutines(CGenCode const& g) {
 //     ... init_fixef, init_ranef, copy_grad, capture_pred
 //     void GetFixefName(int *_pi, char* _nm) ... void SetVarUnits(...)
 void CGenCode::GenModellingGlobalVariableDeclarations() {
-    SV declared;
+    NameSet declared;
     GenStatics(*this, declared);
     if (bTimeBased) GenStateMacros(*this);
     GenClasses(*this, declared);

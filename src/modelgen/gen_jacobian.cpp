@@ -4,33 +4,39 @@
 #include "analysis/analysis.h"
 #include "modelgen/gencode.h"
 
+#include <string>
+#include <unordered_set>
+
 static int const maxJacobianRates = 20;
 
 // The rates of the integrators: names and expressions, each name once.
 struct RateList {
     SV names;
     NV exprs;
+    std::unordered_set<std::string> held; // the names, for the test of Add
 
     void Add(char const* name, N expr) {
-        if (MemberOf(name, names) >= 0) return;
+        if (!held.insert(name).second) return;
         names.push_back(name);
         exprs.push_back(expr);
     }
 };
 
-static void AddOnce(SV& list, SV const& names) {
+// Appends each name of 'names' that 'held' lacks, and notes it there.
+static void AddOnce(SV& list, std::unordered_set<std::string>& held, SV const& names) {
     for (String const& s : names)
-        if (MemberOf(s, list) < 0) list.push_back(s);
+        if (held.insert(std::string(s)).second) list.push_back(s);
 }
 
 // The names whose values do not change while the integrators move.
 static SV GetJacobianConstants(CGenCode const& g) {
     SV k;
+    std::unordered_set<std::string> held;
     for (String const& s : g.saCovariates)
-        if (MemberOf(s, g.saInterpolate) < 0 && MemberOf(s, k) < 0) k.push_back(s);
+        if (MemberOf(s, g.saInterpolate) < 0 && held.insert(std::string(s)).second) k.push_back(s);
     for (SV const* list : {&g.saDoubles, &g.saFixef, &g.saRanef1, &g.saRanef2, &g.saRanef3,
                            &g.saRanef4, &g.saRanef5})
-        AddOnce(k, *list);
+        AddOnce(k, held, *list);
     return k;
 }
 
@@ -164,8 +170,9 @@ void CGenCode::GenJacobian(int& bCanJacobian, int& bCanMatexp) {
         r = GetRates(*this, bCanJacobian);
         size_t n = r.names.size();
         if (int(n) > maxJacobianRates) bCanJacobian = 0;
+        AssignIndex const index = GetAssignIndex(saAssign);
         for (N& e : r.exprs)
-            e = FullyExpand(e, saAssign, paAssign);
+            e = FullyExpand(e, saAssign, paAssign, index);
         if (bCanJacobian) {
             m.assign(n + 1, NV(n + 1));
             FillDerivatives(fp, r, k, m, bCanJacobian, bCanMatexp);

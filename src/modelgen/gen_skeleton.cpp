@@ -6,6 +6,7 @@
 #include "modelgen/model_templates.h"
 #include "parser/parser.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <unordered_map>
@@ -92,19 +93,21 @@ void CGenCode::GetAssignmentStatementsIncludingSParms(SV& names, NV& exprs) cons
     AppendListAssignments(GetTopStatements(pBody), CN_STPARM, names, exprs);
 }
 
-static void AppendNew(SV& out, SV const& list) {
+// Appends each name of 'list' that 'seen' lacks, and notes it there.
+static void AppendNew(SV& out, std::unordered_set<std::string>& seen, SV const& list) {
     for (String const& name : list)
-        if (MemberOf(name, out) < 0) out.push_back(name);
+        if (seen.insert(std::string(name)).second) out.push_back(name);
 }
 
 void CGenCode::CollectUniqueVars() {
     saUniqueVars.clear();
+    std::unordered_set<std::string> seen;
     for (SV const* list :
          {&saInterpolate, &saCovariates, &saInitialDose, &saDoubles,   &saDeriv,
           &saUrine,       &saTransit,    &saTransit2,    &saCFMacro,   &saCFStripNonEmpty,
           &saFixef,       &saRanef1,     &saRanef2,      &saRanef3,    &saRanef4,
           &saRanef5,      &saGroup,      &saStruct,      &saSecondary, &saAssigned})
-        AppendNew(saUniqueVars, *list);
+        AppendNew(saUniqueVars, seen, *list);
 }
 
 // Every gamma delay under 'node', depth first.
@@ -200,8 +203,9 @@ void CGenCode::FillAssignments() {
 
 // Step 6: a fixed effect that nothing uses is frozen.
 void CGenCode::FreezeUnusedFixefs(SV const& used) {
+    NameMap const usedMap = GetNameMap(used);
     for (size_t i = 0; i < saFixef.size(); i++) {
-        if (MemberOf(saFixef[i], used) >= 0) continue;
+        if (FindIn(usedMap, saFixef[i]) >= 0) continue;
         Warning() << "Fixed effect '" << saFixef[i] << "' is not used and will be frozen\n";
         if (i < naFixefFrozen.size()) naFixefFrozen[i] = 1;
     }
@@ -293,7 +297,11 @@ void CGenCode::DetectStparmsDuplicatingFixefs() {
     }
 }
 
+// Most models have no such copy, which a look at the flags tells without comparing names.
 bool CGenCode::IsStparmCopyOfFixef(char const* name) const {
+    auto const& flags = naStparmDuplicatesFixef;
+    if (std::all_of(flags.begin(), flags.end(), [](unsigned short f) { return f == 0; }))
+        return false;
     int i = MemberOf(name, saStruct);
     return i >= 0 && size_t(i) < naStparmDuplicatesFixef.size() &&
            naStparmDuplicatesFixef[size_t(i)] != 0;

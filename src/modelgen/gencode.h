@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 typedef std::vector<unsigned short> NaList;
@@ -189,6 +191,8 @@ class CGenCode {
     // The place of a compartment in the chain deriv, urine, machine centrals, depots, cfMacro
     // machines, delayInfCpt, transit; -1 for a name that is none.
     int GetCompartmentNumber(char const* name) const;
+    // Each compartment name with the number GetCompartmentNumber gives it, for many look-ups.
+    std::unordered_map<std::string, int> GetCompartmentNumbers() const;
 
     cn pModel;
     cn pBody;

@@ -146,3 +146,28 @@ TEST_F(UnitsTest, ProportionalErrorIsDimensionless) {
     EXPECT_EQ(1.0, table[i]->value);
     EXPECT_EQ(PowerMap({{"A1", 1}, {"CObs", -1}}), Of("V"));
 }
+
+// An error before its observation learns the observation's units in a later pass, though no
+// new name tells: eps had its units from the start, so the clash is reported then.
+TEST_F(UnitsTest, ErrorBeforeItsObservation) {
+    Know("eps", "mg");
+    EXPECT_EQ("Warning: error setting -> eps\r\n", Infer(Body("error(eps = 1)\n"
+                                                              "observe(CObs = C + eps)")));
+    EXPECT_EQ(PowerMap({{"mg", 1}}), Of("eps"));
+    EXPECT_EQ(PowerMap({{"CObs", 1}}), Of("C"));
+}
+
+// x1 = x2 ... x600 = A1 before the dose: the units of A1 walk up the chain one link every
+// second pass, from the last statement to the first, until the limit of 500 passes ends the
+// walk at x352. The other way round, x1 first, a single pass would do.
+TEST_F(UnitsTest, BackwardChainEndsAtThePassLimit) {
+    std::string text;
+    for (int i = 1; i < 600; i++)
+        text += "x" + std::to_string(i) + " = x" + std::to_string(i + 1) + "\n";
+    text += "x600 = A1\ndosepoint(A1)";
+    EXPECT_EQ("", Infer(Body(text)));
+    EXPECT_EQ(PowerMap({{"A1", 1}}), Of("x600"));
+    EXPECT_EQ(PowerMap({{"A1", 1}}), Of("x352"));
+    EXPECT_EQ(-1, MemberOf("x351", names));
+    EXPECT_EQ(250u, names.size()); // A1 and x352 ... x600
+}

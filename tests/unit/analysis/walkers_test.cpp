@@ -75,6 +75,17 @@ TEST_F(WalkersTest, CollectVarsCountsUsesAndStopsAtPeaksAndMembers) {
     SV plain = {"z"};
     CollectVars(Body("z = w + w + z")->list[0], plain);
     EXPECT_EQ((Names{"z", "w"}), Texts(plain));
+
+    // A long walk looks names up in an index after its first look-ups; it still counts on the
+    // last equal entry, as the scan does, and appends each new name once.
+    SV dup = {"a", "b", "a"};
+    std::vector<int> dupCounts = {0, 0, 0};
+    CollectVars(Body("q = a + b + a + c + b + a + c + a + b + c + a + b + c + a + b + c + a + b "
+                     "+ c + a")
+                    ->list[0],
+                dup, dupCounts);
+    EXPECT_EQ((Names{"a", "b", "a", "q", "c"}), Texts(dup));
+    EXPECT_EQ((std::vector<int>{0, 6, 8, 1, 6}), dupCounts);
 }
 
 TEST_F(WalkersTest, CollectVarsReadsOptionsActionsAndSkipsTheDelayDistribution) {

@@ -47,6 +47,16 @@ TEST_F(VaroTest, EliminateDuplicatesKeepsFirstOccurrencesAndParallelVectorsAlign
     SV list3 = {"q", "p", "q", "P"};
     EliminateDuplicates(list3);
     EXPECT_EQ((std::vector<std::string>{"q", "p", "P"}), Texts(list3));
+
+    // A parallel vector shorter than the list loses only the places it has; one longer keeps
+    // its entries past the end of the list.
+    SV list4 = {"a", "a", "b", "a"};
+    US shorter = {1, 2};
+    US longer = {1, 2, 3, 4, 5, 6};
+    EliminateDuplicates(list4, shorter, longer);
+    EXPECT_EQ((std::vector<std::string>{"a", "b"}), Texts(list4));
+    EXPECT_EQ((US{1}), shorter);
+    EXPECT_EQ((US{1, 3, 5, 6}), longer);
 }
 
 TEST_F(VaroTest, ReservedWords) {

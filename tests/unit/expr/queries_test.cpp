@@ -276,6 +276,27 @@ TEST_F(VaroTest, FullyExpandInlinesChains) {
     EXPECT_EQ("(CN_ADD a b)", Text(none));
 }
 
+// With an index of the names, a pass visits only the names the expression holds; the result is
+// that of the plain passes, with a name assigned twice, chains and a self-reference.
+TEST_F(VaroTest, FullyExpandWithIndexAsWithout) {
+    recursiveDeps.clear();
+    SV const names = {"a", "b", "a", "c", "d", "e"};
+    NV const exprs = {Add(Var("b"), Num(1)),
+                      Mul(Var("c"), Var("c")),
+                      Var("d"),
+                      Num(2),
+                      Add(Var("d"), Var("a")),
+                      N()};
+    AssignIndex const index = GetAssignIndex(names);
+    for (N const& e : {Var("a"), Add(Var("a"), Var("b")), Var("c"), Var("q"),
+                       Mul(Var("e"), Var("b")), Call("exp", {Var("b")})}) {
+        std::string const plain = Text(FullyExpand(e, names, exprs));
+        EXPECT_EQ(plain, Text(FullyExpand(e, names, exprs, index))) << Text(e);
+    }
+    EXPECT_EQ("(CN_MUL e (CN_MUL 2 2))",
+              Text(FullyExpand(Mul(Var("e"), Var("b")), names, exprs, index)));
+}
+
 // A self-reference unknown to recursiveDeps stops at the limit of 20 passes, one
 // substitution each: a, a + 1, (a + 1) + 1, ...
 TEST_F(VaroTest, FullyExpandStopsAfterTwentyPasses) {
