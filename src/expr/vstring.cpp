@@ -1,10 +1,19 @@
-// String: a private heap copy of a text, reallocated to the exact length on every change.
+// String: a private heap copy of a text, reallocated to the exact length on every change. The
+// empty text, which most nodes carry, is one shared array that is never freed nor written (a
+// write of its terminator, the only one in bounds, stores the 0 that is there).
 #include "expr/vstring.h"
 
 #include <cstdlib>
 #include <cstring>
 
+static char emptyText[1] = {0};
+
+static void Release(char* s) {
+    if (s != emptyText) free(s);
+}
+
 static char* CopyOf(char const* text, size_t len) {
+    if (len == 0) return emptyText;
     char* s = static_cast<char*>(malloc(len + 1));
     memcpy(s, text, len);
     s[len] = 0;
@@ -32,18 +41,27 @@ String::String(char const* text) : s(CopyOf(text ? text : "", text ? strlen(text
 // A NUL inside the range ends the text; the allocation still spans the range.
 String::String(char const* begin, char const* end) {
     size_t len = end > begin ? size_t(end - begin) : 0;
+    if (len == 0) {
+        s = emptyText;
+        return;
+    }
     s = static_cast<char*>(calloc(len + 1, 1));
     if (len) memcpy(s, begin, len);
 }
 
+char& String::operator[](int i) {
+    if (s == emptyText) s = static_cast<char*>(calloc(1, 1));
+    return s[i];
+}
+
 String::~String() {
-    free(s);
+    Release(s);
 }
 
 // The old array is freed here: nothing printed depends on keeping it.
 String& String::operator=(String const& other) {
     char* copy = CopyOf(other.s, strlen(other.s));
-    free(s);
+    Release(s);
     s = copy;
     return *this;
 }
@@ -58,14 +76,14 @@ String& String::operator=(String&& other) noexcept {
 // Copies before freeing, so an argument that points into this text is safe too.
 String& String::operator=(char const* text) {
     char* copy = CopyOf(text ? text : "", text ? strlen(text) : 0);
-    free(s);
+    Release(s);
     s = copy;
     return *this;
 }
 
 String& String::operator+=(char const* text) {
     char* joined = Joined(s, text ? text : "");
-    free(s);
+    Release(s);
     s = joined;
     return *this;
 }

@@ -39,7 +39,8 @@ class String {
 
     bool operator>=(String const& t) const { return *this >= t.s; }
 
-    char& operator[](int i) { return s[i]; }
+    // A write goes to a private array: the empty text is shared.
+    char& operator[](int i);
 
     char operator[](int i) const { return s[i]; }
 
