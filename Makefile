@@ -3,6 +3,7 @@
 #   make check  set up, build, and run the whole test suite, also under the sanitizers
 #   make install    install VARO5 and its manual page under PREFIX (default /usr/local)
 #   make package    build the Debian package varo5_<version>_<arch>.deb in build-pkg/
+#   make fuzz       fuzz one road of the translator with AFL++ (FUZZ_MODE, FUZZ_SECONDS)
 BUILD_DIR ?= build
 ASAN_DIR  ?= build-asan
 PKG_DIR   ?= build-pkg
@@ -10,16 +11,29 @@ JOBS      ?= 2
 PREFIX    ?= /usr/local
 # groff-base renders the manual page for its test; dpkg-dev and file serve the package.
 DEBS      := cmake g++ make libgtest-dev libeigen3-dev nlohmann-json3-dev groff-base dpkg-dev file
+# Only make fuzz needs these; make check does not.
+FUZZ_DEBS := afl++ clang cmake make libeigen3-dev
+FUZZ_DIR  ?= build-fuzz
+# FUZZ_MODE: normal (Model.h/Model.cpp), info (/I), override (/R) or trial (/T).
+FUZZ_MODE    ?= normal
+FUZZ_SECONDS ?= 600
+FUZZ_RESUME  ?= 0
 
 .PHONY: all setup build build-asan build-translator demo check bench test test-asan install \
-	package format clean
+	package format clean install-debs setup-fuzz build-fuzz fuzz
 
 all: build
 
 # Installs the Debian packages the build needs when they are missing and we are root.
 setup:
+	@$(MAKE) --no-print-directory install-debs PKGS="$(DEBS)"
+
+setup-fuzz:
+	@$(MAKE) --no-print-directory install-debs PKGS="$(FUZZ_DEBS)"
+
+install-debs:
 	@missing=""; \
-	for p in $(DEBS); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	for p in $(PKGS); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
 	if [ -n "$$missing" ]; then \
 	  if [ "$$(id -u)" = 0 ]; then \
 	    echo "Installing:$$missing"; \
@@ -78,6 +92,17 @@ package: setup
 	cmake --build $(PKG_DIR) -j $(JOBS) --target VARO5
 	cd $(PKG_DIR) && cpack -G DEB
 	@ls $(PKG_DIR)/*.deb
+
+# The translator built with the AFL++ compilers under ASan and UBSan, for make fuzz alone.
+build-fuzz: setup-fuzz
+	CC=afl-clang-fast CXX=afl-clang-fast++ cmake -S . -B $(FUZZ_DIR) \
+	  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVARO5_SANITIZE=ON -DBUILD_TESTING=OFF
+	cmake --build $(FUZZ_DIR) -j $(JOBS) --target VARO5
+
+# One afl-fuzz campaign of FUZZ_SECONDS on the road FUZZ_MODE; findings in
+# $(FUZZ_DIR)/fuzz-<road>/out/default. FUZZ_RESUME=1 goes on with the last campaign's queue.
+fuzz: build-fuzz
+	FUZZ_RESUME=$(FUZZ_RESUME) tests/fuzz/fuzz.sh $(FUZZ_DIR)/VARO5 $(FUZZ_MODE) $(FUZZ_SECONDS) $(FUZZ_DIR)
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')

@@ -147,6 +147,13 @@ void parse_model_impl(char const*& p, N& out) {
     parsStmt(p, body);
     if (IsErrorSet()) return;
     if (HasIncompatibleUncertainty(p)) return;
+    // A body of one bare statement that left no node (dual_vars, a ranef of zero omegas only)
+    // or that turned random effects off gets a block, which takes the assignments below.
+    if (!body || (body->type != CN_BLOCK && !zeroRanefs.empty())) {
+        N block = std::make_shared<CNode>(CN_BLOCK);
+        if (body) block->list.push_back(body);
+        body = block;
+    }
     out = std::make_shared<CNode>(CN_MODEL, header, body);
     for (std::string const& ranef : zeroRanefs)
         body->list.push_back(std::make_shared<CNode>(

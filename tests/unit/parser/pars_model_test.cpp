@@ -53,6 +53,8 @@ TEST_F(ParsModelTest, HeaderAndBody) {
               Model("test() { deriv(a = -k*a) }"));
     EXPECT_EQ("", err);
     EXPECT_EQ("(CN_MODEL (CN_CALL pk [a b c]) (CN_ASSIGN x 1))", Model("pk(a, b, c) x = 1"));
+    // A bare statement that leaves no node still gives the model a body.
+    EXPECT_EQ("(CN_MODEL (CN_CALL test) (CN_BLOCK))", Model("test() dual_vars(a)"));
     EXPECT_EQ("(CN_MODEL (CN_CALL m) (CN_BLOCK [(CN_ASSIGN a 1) (CN_ASSIGN b 2)]))",
               Model("m() { a = 1 b = 2 ; }"));
 
