@@ -5,8 +5,7 @@
 
 #include <algorithm>
 
-// 'n' tab characters, at most 20.
-static char const* Indent(int n) {
+char const* Indent(int n) {
     static char const tabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
     n = std::max(0, std::min(n, 20));
     return tabs + 20 - n;
@@ -38,30 +37,6 @@ static void GenActionAssign(FILE* fp, cn const& body, cn const& s, int indent) {
 static void GenPeakReset(FILE* fp, cn const& body, cn const& s, int indent) {
     int table = GetIPeakTable(body, s->name);
     if (table >= 0) fprintf(fp, "%s_peakTable_%d.init();\n", Indent(indent), table);
-}
-
-// if(c)
-// 	...
-// else if(d)
-// 	...
-// else
-// 	...
-// 'arm' prints one branch at the indent it is given.
-template <class F> static void GenIfChain(FILE* fp, cn const& s, int indent, F arm) {
-    fprintf(fp, "%sif(", Indent(indent));
-    GenC(s->child1, fp);
-    fprintf(fp, ")\n");
-    arm(s->child2, indent + 1);
-    N next = s->child3;
-    for (; next && next->type == CN_IF; next = next->child3) {
-        fprintf(fp, "%selse if(", Indent(indent));
-        GenC(next->child1, fp);
-        fprintf(fp, ")\n");
-        arm(next->child2, indent + 1);
-    }
-    if (!next) return;
-    fprintf(fp, "%selse\n", Indent(indent));
-    arm(next, indent + 1);
 }
 
 void CGenCode::GenActionCode(NV const& stmts, int indent, bool prologue) const {

@@ -51,6 +51,34 @@ void GetGammaDelays(cn const& node, NV& list);
 int GetIPeakTable(cn const& body, char const* name);
 // Adds the sleeps of action code to 'count', through if, while and blocks.
 void CountSequenceStates(NV const& list, int& count);
+
+// 'n' tab characters, at most 20.
+char const* Indent(int n);
+
+// if(c)
+// 	...
+// else if(d)
+// 	...
+// else
+// 	...
+// 'arm' prints one branch at the indent it is given.
+template <class F> void GenIfChain(FILE* fp, cn const& s, int indent, F arm) {
+    fprintf(fp, "%sif(", Indent(indent));
+    GenC(s->child1, fp);
+    fprintf(fp, ")\n");
+    arm(s->child2, indent + 1);
+    N next = s->child3;
+    for (; next && next->type == CN_IF; next = next->child3) {
+        fprintf(fp, "%selse if(", Indent(indent));
+        GenC(next->child1, fp);
+        fprintf(fp, ")\n");
+        arm(next->child2, indent + 1);
+    }
+    if (!next) return;
+    fprintf(fp, "%selse\n", Indent(indent));
+    arm(next, indent + 1);
+}
+
 // A covariate that carries a stripping dose: a name of five letters or more ending in "Strip".
 bool CovariateIsStripDose(char const* name);
 extern int nFuncResult;

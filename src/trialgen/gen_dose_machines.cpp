@@ -13,6 +13,18 @@ NV GetDoseStatements(NV const& stmts) {
     return doses;
 }
 
+// The first dose statement of each dosed compartment, in text order.
+NV GetFirstDoses(NV const& stmts) {
+    NV first;
+    SV dosed;
+    for (N const& dose : GetDoseStatements(stmts)) {
+        if (MemberOf(dose->name, dosed) >= 0) continue;
+        dosed.push_back(dose->name);
+        first.push_back(dose);
+    }
+    return first;
+}
+
 // pk_Bolus_A1_1, pk_Infusion_A1_2: the model, the compartment and the dose path
 std::string DoseMachineName(char const* model, char const* kind, N const& dose) {
     return std::string(model) + "_" + kind + "_" + (char const*)dose->name + "_" +

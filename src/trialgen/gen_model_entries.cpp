@@ -32,10 +32,7 @@ static void GenRecordHead(FILE* fp, char const* name, bool bAdvance) {
 void CGenCode3::GenModelEntryDecls(NV const& stmts) {
     fprintf(fpHeader, "\tvirtual void StartSubject();\n");
     fprintf(fpHeader, "\tvirtual void StopSubject();\n");
-    SV dosed;
-    for (N const& dose : GetDoseStatements(stmts)) {
-        if (MemberOf(dose->name, dosed) >= 0) continue;
-        dosed.push_back(dose->name);
+    for (N const& dose : GetFirstDoses(stmts)) {
         fprintf(fpHeader, "\tvoid Bolus_%s(int iScen, int iRep, double _v);\n",
                 (char const*)dose->name);
         fprintf(fpHeader, "\tvoid Infuse_%s(int iScen, int iRep, double _v, double _r);\n",
@@ -158,10 +155,7 @@ void CGenCode3::GenInfuseEntry(N const& dose) {
 
 // Bolus_ and Infuse_ once for each dosed compartment, from its first dose statement.
 void CGenCode3::GenDoseEntries(NV const& stmts) {
-    SV dosed;
-    for (N const& dose : GetDoseStatements(stmts)) {
-        if (MemberOf(dose->name, dosed) >= 0) continue;
-        dosed.push_back(dose->name);
+    for (N const& dose : GetFirstDoses(stmts)) {
         GenBolusEntry(dose);
         GenInfuseEntry(dose);
     }

@@ -9,13 +9,6 @@
 #include <algorithm>
 #include <functional>
 
-// 'n' tab characters, at most 20.
-static char const* Tabs(int n) {
-    static char const tabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
-    n = std::max(0, std::min(n, 20));
-    return tabs + 20 - n;
-}
-
 // Whether the model's class has a member of that name: what it declared, its fixed effects.
 bool CGenCode3::IsModelMember(char const* name) {
     if (MemberOf(name, saDeclared) >= 0) return true;
@@ -71,45 +64,24 @@ void CGenCode3::GenSequenceBindings(NV const& body) {
 // The body of a while or an arm of an if. A bare sleep gets braces: it prints two lines.
 void CGenCode3::GenSequenceArm(N const& s, int& state, int indent) {
     if (!s || s->type != CN_SLEEP) return GenCohortSequenceActionCode(s, state, indent);
-    fprintf(fpSource, "%s{\n", Tabs(indent));
+    fprintf(fpSource, "%s{\n", Indent(indent));
     GenCohortSequenceActionCode(s, state, indent + 1);
-    fprintf(fpSource, "%s}\n", Tabs(indent));
-}
-
-// if(c)
-// 	...
-// else if(d)
-// 	...
-// else
-// 	...
-void CGenCode3::GenSequenceIf(N const& s, int& state, int indent) {
-    fprintf(fpSource, "%sif(", Tabs(indent));
-    GenC(s->child1, fpSource);
-    fprintf(fpSource, ")\n");
-    GenSequenceArm(s->child2, state, indent + 1);
-    N next = s->child3;
-    for (; next && next->type == CN_IF; next = next->child3) {
-        fprintf(fpSource, "%selse if(", Tabs(indent));
-        GenC(next->child1, fpSource);
-        fprintf(fpSource, ")\n");
-        GenSequenceArm(next->child2, state, indent + 1);
-    }
-    if (!next) return;
-    fprintf(fpSource, "%selse\n", Tabs(indent));
-    GenSequenceArm(next, state, indent + 1);
+    fprintf(fpSource, "%s}\n", Indent(indent));
 }
 
 // The code of one statement of a sequence at 'indent' tabs; 'state' counts the sleeps.
 void CGenCode3::GenCohortSequenceActionCode(N const& s, int& state, int indent) {
     if (!s) return;
-    char const* in = Tabs(indent);
+    char const* in = Indent(indent);
     switch (s->type) {
         case CN_WHILE:
             fprintf(fpSource, "%swhile(", in);
             GenC(s->child1, fpSource);
             fprintf(fpSource, ")\n");
             return GenSequenceArm(s->child2, state, indent + 1);
-        case CN_IF: return GenSequenceIf(s, state, indent);
+        case CN_IF:
+            return GenIfChain(fpSource, s, indent,
+                              [&](N const& arm, int i) { GenSequenceArm(arm, state, i); });
         case CN_BLOCK:
             fprintf(fpSource, "%s{\n", in);
             for (N const& e : s->list)

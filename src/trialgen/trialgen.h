@@ -201,7 +201,6 @@ class CGenCode3 {
     bool IsModelMember(char const* name);
     void GenSequenceBindings(NV const& body);
     void GenSequenceArm(N const& s, int& state, int indent);
-    void GenSequenceIf(N const& s, int& state, int indent);
     void GenSequenceMachineClass(char const* machine);
     void GenSequenceRun(char const* machine, N const& seq);
 
@@ -284,6 +283,8 @@ class CGenCode3 {
 // The dose statements of a model body in text order, and the names of their machines:
 // pk_Bolus_A1_1 (model, kind, compartment, dose path), pk_EventSim_1 (model, kind, number).
 NV GetDoseStatements(NV const& stmts);
+// The first dose statement of each dosed compartment, from which Bolus_ and Infuse_ are made.
+NV GetFirstDoses(NV const& stmts);
 std::string DoseMachineName(char const* model, char const* kind, N const& dose);
 std::string NumberedMachineName(char const* model, char const* kind, int number);
 // Whether an observation statement gets an Observe_ routine.
