@@ -107,6 +107,7 @@ static std::string AbsentName(std::set<std::string> const& held) {
 // The derivative 'd' exists and simplifies.
 static bool SimpOk(N const& d) {
     if (!d) return false;
+    if (!d->SimpCanFail()) return true;
     int iFail = 0;
     d->Simp(iFail);
     return iFail == 0;
@@ -141,7 +142,7 @@ class RateTests {
     // The statements in which `IntegratorIsAssignedTo` can find an assignment: sequences,
     // and doses and observations with action code.
     N AssigningStatements() const {
-        N block = std::make_shared<CNode>(CN_BLOCK);
+        N block = MakeNode(CN_BLOCK);
         NV stmts = !body ? NV() : body->type == CN_BLOCK ? body->list : NV{body};
         for (N const& s : stmts) {
             if (!s) continue;

@@ -44,7 +44,7 @@ static void TakeFromTable(N const& n, char const* name, UnitPass& p) {
 static void TakeOrMakeBaseUnit(N const& n, char const* name, UnitPass& p) {
     if (FindName(p.context, name, p.names) < 0) {
         p.names.push_back(NameWithContext(p.context, name));
-        p.table.push_back(std::make_shared<CNode>(CN_UNIT_NAME, name));
+        p.table.push_back(MakeNode(CN_UNIT_NAME, name));
         p.iChanged = 1;
     }
     TakeFromTable(n, name, p);
@@ -65,7 +65,7 @@ static void AssignUnits(N const& stmt, UnitPass& p) {
 // deriv(A = e), urinecpt(A = e): e has the units of A per time unit.
 static void IntegratorUnits(N const& stmt, N const& time, UnitPass& p) {
     N lhs = stmt->child1, rhs = stmt->child2;
-    N t = time ? time->Copy() : std::make_shared<CNode>(CN_UNIT_TIME);
+    N t = time ? time->Copy() : MakeNode(CN_UNIT_TIME);
     TakeFromTable(lhs, lhs->name, p);
     if (lhs->units && !rhs->units)
         Give(rhs, NewNode(CN_UNIT_DIV, lhs->units->Copy(), t), p);
@@ -79,7 +79,7 @@ static void IntegratorUnits(N const& stmt, N const& time, UnitPass& p) {
 static void RateUnits(N const& rate, UnitPass& p) {
     if (!rate) return;
     if (!rate->units)
-        Give(rate, NewNode(CN_UNIT_DIV, NewNum(1), std::make_shared<CNode>(CN_UNIT_TIME)), p);
+        Give(rate, NewNode(CN_UNIT_DIV, NewNum(1), MakeNode(CN_UNIT_TIME)), p);
     Propagate(rate, p);
 }
 

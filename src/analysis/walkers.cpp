@@ -607,6 +607,6 @@ void CountSetDelay(N const& node, int& count, NV& nodes, NV& hist) {
 void CountSetTransit2(N const& node, int& count, NV& nodes, NV& hist) {
     auto isDelayCpt = [](CNodeType type) { return type == CN_DELAYINFCPT; };
     WalkToTargets(node, isDelayCpt, [&](N const& n) {
-        NumberDelayTable(n, std::make_shared<CNode>(0.0), count, nodes, hist);
+        NumberDelayTable(n, MakeNode(0.0), count, nodes, hist);
     });
 }

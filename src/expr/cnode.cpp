@@ -245,11 +245,11 @@ void CNode::InitBasics() {
 }
 
 N CNode::Copy() const {
-    return std::make_shared<CNode>(*this);
+    return MakeNode(*this);
 }
 
 N CNode::ShallowCopy() const {
-    N r = std::make_shared<CNode>(type);
+    N r = MakeNode(type);
     r->name = name;
     r->value = value;
     r->iTemp1 = iTemp1;

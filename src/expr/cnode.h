@@ -4,10 +4,12 @@
 #pragma once
 
 #include "driver/diag.h"
+#include "expr/node_pool.h"
 #include "expr/vstring.h"
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 enum CNodeType : int32_t {
@@ -156,6 +158,9 @@ class CNode {
     N SolveFor(N rhs, char const* name) const;
 
     N Simp(int& iFail) const;
+    // False when `Simp` of this tree can't set 'iFail': it holds no quotient or power where
+    // `Simp` goes, and no depth limit is set.
+    bool SimpCanFail() const;
     N ElevateSum() const;
     N GetLog() const;
 
@@ -172,22 +177,27 @@ class CNode {
     void ClearTemp2();
 };
 
+// A new node from the node pool, built by the constructor that takes 'args'.
+template <class... A> N MakeNode(A&&... args) {
+    return std::allocate_shared<CNode>(NodeAllocator<CNode>(), std::forward<A>(args)...);
+}
+
 // Shorthands for new nodes, each exactly the node asked for.
 inline N NewNum(double value) {
-    return std::make_shared<CNode>(value);
+    return MakeNode(value);
 }
 
 inline N NewVar(char const* name) {
-    return std::make_shared<CNode>(name);
+    return MakeNode(name);
 }
 
 inline N NewNode(CNodeType type, N a = N(), N b = N()) {
-    return std::make_shared<CNode>(type, a, b);
+    return MakeNode(type, a, b);
 }
 
 // A deep copy of 'n', or nothing for nothing.
 inline N CopyOrEmpty(N const& n) {
-    return n ? std::make_shared<CNode>(*n) : N();
+    return n ? MakeNode(*n) : N();
 }
 
 void SetMaxTreeDepth(int depth);

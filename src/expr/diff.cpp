@@ -70,7 +70,7 @@ static N DiffDiv(CNode const& n, Wrt const& w) {
 }
 
 static N NewCall(char const* name, N arg) {
-    N call = std::make_shared<CNode>(CN_CALL, name);
+    N call = MakeNode(CN_CALL, name);
     call->list.push_back(arg);
     return call;
 }
@@ -104,7 +104,7 @@ static N DiffLogic(CNode const& n, Wrt const& w) {
 // A conditional with a constant test keeps its test and differentiates both branches.
 static N DiffCond(CNode const& n, Wrt const& w) {
     if (!n.child1->IsConstant(w.consts)) return Fail();
-    return std::make_shared<CNode>(CN_COND, n.child1->Copy(), D(n.child2, w), D(n.child3, w));
+    return MakeNode(CN_COND, n.child1->Copy(), D(n.child2, w), D(n.child3, w));
 }
 
 // exp, log, ln and sqrt by the chain rule on their first argument; any other function only

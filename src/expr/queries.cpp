@@ -190,7 +190,7 @@ N CNode::ElimSubexpr(NV& exprs) const {
     if (type == CN_CALL || type == CN_POW) {
         char tmp[32];
         snprintf(tmp, sizeof tmp, "__temp_%d", TempIndexOf(*this, exprs));
-        return std::make_shared<CNode>(tmp);
+        return MakeNode(tmp);
     }
     N r = ShallowCopy();
     r->child1 = ElimOrEmpty(child1, exprs);
@@ -216,8 +216,8 @@ static N ControlledOrEmpty(N const& n) {
 // A rebuilt tree in which the calls `unif(...)` and `norm(...)` become the controlled draws,
 // without their arguments, so that observation noise follows the engine's sampling switch.
 N CNode::ConverToUnifNormControlled() const {
-    if (type == CN_CALL && name == "unif") return std::make_shared<CNode>(CN_UNIF_CONTROLLED);
-    if (type == CN_CALL && name == "norm") return std::make_shared<CNode>(CN_NORM_CONTROLLED);
+    if (type == CN_CALL && name == "unif") return MakeNode(CN_UNIF_CONTROLLED);
+    if (type == CN_CALL && name == "norm") return MakeNode(CN_NORM_CONTROLLED);
     N r = ShallowCopy();
     r->child1 = ControlledOrEmpty(child1);
     r->child2 = ControlledOrEmpty(child2);
@@ -311,7 +311,7 @@ static bool ExpandPass(N& work, SV const& names, NV const& exprs, AssignIndex co
         if (!exprs[i]) continue; // no right side to put in
         if (SubstIsCopy(held, names[i])) continue;
         bool const matches = held.nan || held.names.count(std::string_view(names[i])) > 0;
-        N next = work->Subst(std::make_shared<CNode>(names[i]), exprs[i], false);
+        N next = work->Subst(MakeNode(names[i]), exprs[i], false);
         if (!next->Equal(work)) {
             changed = true;
             if (need_collect && recursiveDeps.count(std::string(names[i])))

@@ -85,7 +85,7 @@ static N SimpAdd(N const& a, N const& b) {
 
 static N SimpSub(N const& a, N const& b, int& iFail) {
     if (IsNum(b, 0)) return a;
-    if (IsNum(a, 0)) return std::make_shared<CNode>(CN_NEG, b)->Simp(iFail); // once more
+    if (IsNum(a, 0)) return MakeNode(CN_NEG, b)->Simp(iFail); // once more
     if (IsNum(a) && IsNum(b)) return Fold(a, a->value - b->value);
     if (Same(a, b)) return NewNum(0);
     return NewNode(CN_SUB, a, b);
@@ -96,8 +96,8 @@ static N SimpMul(N const& a, N const& b) {
     if (IsNum(b, 0)) return b;
     if (IsNum(b, 1)) return a;
     if (IsNum(a, 1)) return b;
-    if (IsNum(b, -1)) return std::make_shared<CNode>(CN_NEG, a);
-    if (IsNum(a, -1)) return std::make_shared<CNode>(CN_NEG, b);
+    if (IsNum(b, -1)) return MakeNode(CN_NEG, a);
+    if (IsNum(a, -1)) return MakeNode(CN_NEG, b);
     if (IsNum(a) && IsNum(b)) return Fold(a, a->value * b->value);
     if (b && b->type == CN_DIV && IsNum(b->child1, 1)) return NewNode(CN_DIV, a, b->child2);
     return NewNode(CN_MUL, a, b);
@@ -122,7 +122,7 @@ static N SimpDiv(CNode const& n, N const& a, N const& b, int& iFail) {
 
 // A double negation stays; a zero is kept as it is, so no negative zero is made.
 static N SimpNeg(N const& a) {
-    if (!IsNum(a)) return std::make_shared<CNode>(CN_NEG, a);
+    if (!IsNum(a)) return MakeNode(CN_NEG, a);
     if (IsNum(a, 0)) return a;
     return Fold(a, -a->value); // flips the sign bit
 }
@@ -146,11 +146,11 @@ static N SimpPow(CNode const& n, N const& a, N const& b, int& iFail) {
 static N SimpCond(N const& a, N const& b, N const& c) {
     if (IsNum(a)) return a->value == 0 ? c : b;
     if (Same(b, c)) return b;
-    return std::make_shared<CNode>(CN_COND, a, b, c);
+    return MakeNode(CN_COND, a, b, c);
 }
 
 static N NewCall(String const& name, N const& arg) {
-    N r = std::make_shared<CNode>(CN_CALL, name);
+    N r = MakeNode(CN_CALL, name);
     r->list.push_back(arg);
     return r;
 }
@@ -205,6 +205,17 @@ N CNode::Simp(int& iFail) const {
     r->pos = pos;
     treeDepth--;
     return r;
+}
+
+// Only a quotient by zero and zero to a negative power are undefined; `Simp` visits child1 to
+// child3 and the list.
+bool CNode::SimpCanFail() const {
+    if (maxTreeDepth != 0 || type == CN_DIV || type == CN_POW) return true;
+    for (N const* c : {&child1, &child2, &child3})
+        if (*c && (*c)->SimpCanFail()) return true;
+    for (N const& e : list)
+        if (e && e->SimpCanFail()) return true;
+    return false;
 }
 
 // ---- ElevateSum ----------------------------------------------------------------------------

@@ -47,7 +47,7 @@ static N SolveDiv(CNode const& n, N const& r, char const* name) {
 }
 
 static N NewCall(char const* fn, N arg) {
-    N call = std::make_shared<CNode>(CN_CALL, fn);
+    N call = MakeNode(CN_CALL, fn);
     call->list.push_back(arg);
     return call;
 }

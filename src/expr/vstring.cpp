@@ -1,56 +1,103 @@
-// String: a private heap copy of a text, reallocated to the exact length on every change. The
-// empty text, which most nodes carry, is one shared array that is never freed nor written (a
-// write of its terminator, the only one in bounds, stores the 0 that is there).
+// String: a text in a heap array with a count of its holders in front. A copy shares the
+// array; a change makes a new one, so a shared array is never written. A character handed out
+// for writing pins its array to its one holder for good. The empty text, which most nodes
+// carry, is one static array that is never counted, freed nor written (a write of its
+// terminator, the only one in bounds, goes to a private array).
 #include "expr/vstring.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
-static char emptyText[1] = {0};
+namespace {
 
-static void Release(char* s) {
-    if (s != emptyText) free(s);
+struct Rep {
+    size_t holders;
+    char text[1];
+};
+
+constexpr size_t kPinned = SIZE_MAX; // one holder that may write, never shared
+
+Rep emptyRep = {0, {0}};
+char* const emptyText = emptyRep.text;
+
+Rep* RepOf(char* s) {
+    return reinterpret_cast<Rep*>(s - offsetof(Rep, text));
 }
 
-static char* CopyOf(char const* text, size_t len) {
+// A fresh array of 'len' characters and a terminator, all 0, with one holder.
+char* NewText(size_t len) {
+    void* raw = calloc(1, offsetof(Rep, text) + len + 1);
+    if (!raw) throw std::bad_alloc();
+    Rep* r = static_cast<Rep*>(raw);
+    r->holders = 1;
+    return r->text;
+}
+
+char* CopyOf(char const* text, size_t len) {
     if (len == 0) return emptyText;
-    char* s = static_cast<char*>(malloc(len + 1));
+    char* s = NewText(len);
     memcpy(s, text, len);
-    s[len] = 0;
     return s;
 }
 
-static char* Joined(char const* a, char const* b) {
+// Another holder for 's': the same array unless it is pinned.
+char* Share(char* s) {
+    if (s == emptyText) return s;
+    Rep* r = RepOf(s);
+    if (r->holders == kPinned) return CopyOf(s, strlen(s));
+    r->holders++;
+    return s;
+}
+
+void Release(char* s) {
+    if (s == emptyText) return;
+    Rep* r = RepOf(s);
+    if (r->holders == kPinned || --r->holders == 0) free(r);
+}
+
+char* Joined(char const* a, char const* b) {
     size_t la = strlen(a), lb = strlen(b);
-    char* s = static_cast<char*>(malloc(la + lb + 1));
+    char* s = NewText(la + lb);
     memcpy(s, a, la);
-    memcpy(s + la, b, lb + 1);
+    memcpy(s + la, b, lb);
     return s;
 }
 
-String::String() : s(CopyOf("", 0)) {}
+} // namespace
 
-String::String(String const& other) : s(CopyOf(other.s, strlen(other.s))) {}
+String::String() : s(emptyText) {}
+
+String::String(String const& other) : s(Share(other.s)) {}
 
 String::String(String&& other) noexcept : s(other.s) {
-    other.s = CopyOf("", 0);
+    other.s = emptyText;
 }
 
 String::String(char const* text) : s(CopyOf(text ? text : "", text ? strlen(text) : 0)) {}
 
-// A NUL inside the range ends the text; the allocation still spans the range.
+// A NUL inside the range ends the text.
 String::String(char const* begin, char const* end) {
     size_t len = end > begin ? size_t(end - begin) : 0;
     if (len == 0) {
         s = emptyText;
         return;
     }
-    s = static_cast<char*>(calloc(len + 1, 1));
-    if (len) memcpy(s, begin, len);
+    s = NewText(len);
+    memcpy(s, begin, len);
 }
 
+// The array becomes this holder's own and stays so.
 char& String::operator[](int i) {
-    if (s == emptyText) s = static_cast<char*>(calloc(1, 1));
+    if (s == emptyText || RepOf(s)->holders != kPinned) {
+        char* own = NewText(strlen(s));
+        strcpy(own, s);
+        Release(s);
+        s = own;
+        RepOf(s)->holders = kPinned;
+    }
     return s[i];
 }
 
@@ -58,11 +105,10 @@ String::~String() {
     Release(s);
 }
 
-// The old array is freed here: nothing printed depends on keeping it.
 String& String::operator=(String const& other) {
-    char* copy = CopyOf(other.s, strlen(other.s));
+    char* shared = Share(other.s);
     Release(s);
-    s = copy;
+    s = shared;
     return *this;
 }
 
@@ -73,7 +119,7 @@ String& String::operator=(String&& other) noexcept {
     return *this;
 }
 
-// Copies before freeing, so an argument that points into this text is safe too.
+// Copies before releasing, so an argument that points into this text is safe too.
 String& String::operator=(char const* text) {
     char* copy = CopyOf(text ? text : "", text ? strlen(text) : 0);
     Release(s);
@@ -158,5 +204,8 @@ void String::TrimLeft() {
     size_t n = 0;
     while (s[n] == ' ')
         n++;
-    if (n) memmove(s, s + n, strlen(s + n) + 1);
+    if (n == 0) return;
+    char* rest = CopyOf(s + n, strlen(s + n));
+    Release(s);
+    s = rest;
 }

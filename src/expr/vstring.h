@@ -1,5 +1,5 @@
-// The translator's own text class: one NUL-terminated heap array, no length field.
-// Tree names and all name lists use it; conversion to `char const*` gives the text.
+// The translator's own text class: one NUL-terminated heap array that copies share, no length
+// field. Tree names and all name lists use it; conversion to `char const*` gives the text.
 #pragma once
 
 class String {
@@ -39,7 +39,7 @@ class String {
 
     bool operator>=(String const& t) const { return *this >= t.s; }
 
-    // A write goes to a private array: the empty text is shared.
+    // A write goes to an array of this text's own: copies and the empty text share theirs.
     char& operator[](int i);
 
     char operator[](int i) const { return s[i]; }

@@ -370,7 +370,7 @@ static void GenCond(cn const& n, NodeVisitor* v, bool parens) {
 static void GenUrine(cn const& n, NodeVisitor* v) {
     v->put_str(n->child1->name, "zzR_%s = ");
     if (!n->child3) return GenCimpl(n->child2, v, false);
-    GenCimpl(std::make_shared<CNode>(CN_MUL, n->child2, n->child3), v, false);
+    GenCimpl(MakeNode(CN_MUL, n->child2, n->child3), v, false);
 }
 
 static void GenOptional(N const& n, NodeVisitor* v, char const* absent) {

@@ -124,7 +124,7 @@ void CGenCode::GenMeanSigExpr(cn const& expr, N& mean, N& sig, int& iFail) const
 // Whether log(f) moves one to one with the single error variable, as in C*exp(eps).
 int CGenCode::CanLogTransform(cn const& expr) const {
     if (saError.size() != 1 || !expr) return 0;
-    N call = std::make_shared<CNode>(CN_CALL, "log");
+    N call = MakeNode(CN_CALL, "log");
     call->list.push_back(expr->Copy());
     int iFail = 0;
     N l = call->Simp(iFail);

@@ -8,7 +8,7 @@ void parsWhileLoop(char const*& p, N& out, ArmParser arm, int mode) {
     parsExpr(p, test, 0);
     arm(p, body, mode);
     if (IsErrorSet()) return;
-    out = std::make_shared<CNode>(CN_WHILE, test, body);
+    out = MakeNode(CN_WHILE, test, body);
 }
 
 // if expr arm { else if expr arm } [ else arm ]
@@ -17,7 +17,7 @@ void parsIfChain(char const*& p, N& out, ArmParser arm, int mode) {
     parsExpr(p, test, 0);
     arm(p, then, mode);
     if (IsErrorSet()) return;
-    out = std::make_shared<CNode>(CN_IF, test, then);
+    out = MakeNode(CN_IF, test, then);
     N current = out;
     char const* mark = ScanWhite(p);
     while (seeWord(p, "else") && seeWord(p, "if")) {
@@ -25,7 +25,7 @@ void parsIfChain(char const*& p, N& out, ArmParser arm, int mode) {
         parsExpr(p, elseTest, 0);
         arm(p, elseThen, mode);
         if (IsErrorSet()) return;
-        current->child3 = std::make_shared<CNode>(CN_IF, elseTest, elseThen);
+        current->child3 = MakeNode(CN_IF, elseTest, elseThen);
         current = current->child3;
         mark = ScanWhite(p);
     }
@@ -42,7 +42,7 @@ static void parsOneOrTwoArgs(char const*& p, N& out, CNodeType type) {
     expect_char(p, '(', "Expected: ( <expr> )");
     parsExpr(p, first, 0);
     if (seeChar(p, ',')) parsExpr(p, second, 0);
-    out = std::make_shared<CNode>(type, first, second);
+    out = MakeNode(type, first, second);
     expect_char(p, ')', nullptr);
 }
 
@@ -51,14 +51,14 @@ static void parsPeakReset(char const*& p, N& out) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', nullptr);
     expect_id(p, name, "Expected: <peak variable name>");
-    out = std::make_shared<CNode>(CN_PEAKRESET, name);
+    out = MakeNode(CN_PEAKRESET, name);
     expect_char(p, ')', nullptr);
 }
 
 // { { action [";"] } }
 static void parsActionBlock(char const*& p, N& out, int allowSleep) {
     DepthGuard guard(p);
-    out = std::make_shared<CNode>(CN_BLOCK);
+    out = MakeNode(CN_BLOCK);
     while (!seeChar(p, '}')) {
         N action;
         parsSequenceStmt(p, action, allowSleep);
@@ -87,7 +87,7 @@ void parsSequenceStmt(char const*& p, N& out, int allowSleep) {
 // sequence { { action [";"] } }
 void parsSequence(char const*& p, N& out) {
     expect_char(p, '{', nullptr);
-    out = std::make_shared<CNode>(CN_SEQUENCE);
+    out = MakeNode(CN_SEQUENCE);
     while (!seeChar(p, '}')) {
         N action;
         parsSequenceStmt(p, action, 1);

@@ -16,7 +16,7 @@ static void parsFirstOrderInput(char const*& p, N& out) {
     expect_assignment(p, "<rate expression>");
     parsExpr(p, rate, 0);
     expect_char(p, ')', nullptr);
-    out = std::make_shared<CNode>(CN_ASSIGN, std::make_shared<CNode>(depot), rate);
+    out = MakeNode(CN_ASSIGN, MakeNode(depot), rate);
 }
 
 // cfMicro ( id { , expr | , first = ( id = expr ) } ) and cfMacro1 the same
@@ -24,7 +24,7 @@ void parsCfMicroStmt(char const*& p, N& out, CNodeType type) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', nullptr);
     expect_id(p, name, "Expected: <compartment name>");
-    out = std::make_shared<CNode>(type, name);
+    out = MakeNode(type, name);
     while (seeChar(p, ',')) {
         if (seeWordAssign(p, "first")) {
             parsFirstOrderInput(p, out->child1);
@@ -44,7 +44,7 @@ void parsCfMacroStmt(char const*& p, N& out) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', nullptr);
     expect_id(p, name, "Expected: <compartment name>");
-    out = std::make_shared<CNode>(CN_CFMACRO, name);
+    out = MakeNode(CN_CFMACRO, name);
     while (seeChar(p, ',')) {
         if (seeWordAssign(p, "strip")) {
             parsExpr(p, out->child4, 0);

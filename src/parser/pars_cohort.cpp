@@ -20,7 +20,7 @@ void parsJoinStmt(char const*& p, N& out) {
     out = NewNode(CN_JOIN_ITEM, NewVar(name));
     expect_char(p, ':', nullptr);
     expect_id(p, name, "Expected: <model name>");
-    N call = std::make_shared<CNode>(CN_CALL, "");
+    N call = MakeNode(CN_CALL, "");
     call->child1 = NewVar(name);
     out->child2 = call;
     expect_char(p, '(', "Expected: ( <model input variable list> )");
@@ -37,7 +37,7 @@ void parsJoinStmt(char const*& p, N& out) {
 // join: "{" { ";" | join-item } "}"
 void parsJoin(char const*& p, N& out) {
     expect_char(p, '{', "Expected: '{'");
-    N join = std::make_shared<CNode>(CN_JOIN);
+    N join = MakeNode(CN_JOIN);
     for (;;) {
         if (seeChar(p, ';')) continue;
         if (seeChar(p, '}')) break;

@@ -168,7 +168,7 @@ static void parsLognormDist(char const*& p, DistWord const& w, Dist*& out) {
 // "(" primary { "," primary } ")": the means of 'n' variables
 static N parsMeans(char const*& p, int n) {
     if (!needChar(p, '(')) return N();
-    N means = std::make_shared<CNode>(CN_VALUES);
+    N means = MakeNode(CN_VALUES);
     do {
         N mean;
         parsDistribRHSPrimaryAndLimits(p, mean);
@@ -187,7 +187,7 @@ static N parsMeans(char const*& p, int n) {
 // "(" expr { "," expr } ")": the lower triangle of the covariance matrix of 'n' variables, by rows
 static N parsCovariances(char const*& p, int n) {
     if (!needChar(p, '(')) return N();
-    N values = std::make_shared<CNode>(CN_VALUES);
+    N values = MakeNode(CN_VALUES);
     do {
         N value;
         parsExpr(p, value, 0);
@@ -230,7 +230,7 @@ static void parsNestedDist(char const*& p, int* cats, N& nested) {
 static void parsCategoryDist(char const*& p, int* cats, Dist*& out) {
     if (cats[0] == 0) return SetErr("Expecting a continuous distribution", p, 0, 0, -1);
     if (!needChar(p, '(')) return;
-    N probs = std::make_shared<CNode>(CN_VALUES), nested;
+    N probs = MakeNode(CN_VALUES), nested;
     if (cats[1] < 0) {
         do {
             N prob;
@@ -238,7 +238,7 @@ static void parsCategoryDist(char const*& p, int* cats, Dist*& out) {
             probs->list.push_back(prob);
         } while (seeChar(p, ','));
     } else {
-        nested = std::make_shared<CNode>(CN_DIST_LIST);
+        nested = MakeNode(CN_DIST_LIST);
         parsNestedDist(p, cats + 1, nested);
         while (!IsErrorSet() && seeChar(p, ',')) {
             N prob;
@@ -281,7 +281,7 @@ void parsDistribRHSPrimaryAndLimits(char const*& p, N& out) {
     if (!seeChar(p, ',')) return SetErr("Expected ',' between limits", p, 0, 0, -1);
     if (*ScanWhite(p) != ')') parsExpr(p, upper, 0);
     if (!seeChar(p, ')')) return SetErr("Expected ')'", p, 0, 0, -1);
-    if (lower || upper) out = std::make_shared<CNode>(CN_LIMITS, out, lower, upper);
+    if (lower || upper) out = MakeNode(CN_LIMITS, out, lower, upper);
 }
 
 // subpop: rhs [ "," sample-clause ]. An empty right side adds nothing to the list.
@@ -313,7 +313,7 @@ static void parsCategories(char const*& p, N const& entry) {
         double value = k++;
         if (seeChar(p, '=') && !seeNum(p, value, nullptr))
             return SetErr("Expected category number", p, 0, 0, -1);
-        entry->list.push_back(std::make_shared<CNode>(name, value));
+        entry->list.push_back(MakeNode(name, value));
     } while (seeChar(p, ','));
     expect_char(p, ')', nullptr);
 }
@@ -347,7 +347,7 @@ static void parsDistribVar(char const*& p, String& model, N const& vars, std::ve
 void parsDistribStmt(char const*& p, N& out) {
     char name[NAME_BUF_SIZE];
     String model;
-    N vars = std::make_shared<CNode>(CN_DIST_LIST);
+    N vars = MakeNode(CN_DIST_LIST);
     if (seeChar(p, '$')) {
         expect_id(p, name, "Expected model name");
         model = name;
@@ -360,7 +360,7 @@ void parsDistribStmt(char const*& p, N& out) {
     } while (seeChar(p, ','));
     cats.push_back(-1);
     expect_assignment(p);
-    N subpops = std::make_shared<CNode>(CN_DISTRIB_SUBPOPS), dist;
+    N subpops = MakeNode(CN_DISTRIB_SUBPOPS), dist;
     int count = 0;
     if (seeWord(p, "subpops")) {
         expect_char(p, '(', nullptr);
@@ -374,5 +374,5 @@ void parsDistribStmt(char const*& p, N& out) {
         if (IsErrorSet()) return;
     }
     expect_char(p, ')', nullptr);
-    out = std::make_shared<CNode>(CN_DISTRIB, vars, subpops, model[0] ? NewVar(model) : N());
+    out = MakeNode(CN_DISTRIB, vars, subpops, model[0] ? NewVar(model) : N());
 }

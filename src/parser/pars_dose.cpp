@@ -58,7 +58,7 @@ void parsDosepointStmt(char const*& p, N& out, CNodeType type) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', nullptr);
     expect_id(p, name, "Expected: <dosepoint variable name>");
-    out = std::make_shared<CNode>(type, name);
+    out = MakeNode(type, name);
     CDoseVarOption vars;
     N hooks[2];
     while (seeChar(p, ',')) {

@@ -20,7 +20,7 @@ static void parsFactor(char const*& p, N& out);
 static void parsPrim(char const*& p, N& out);
 
 static N NewCall(char const* name, NV args) {
-    N call = std::make_shared<CNode>(CN_CALL, name);
+    N call = MakeNode(CN_CALL, name);
     call->list = std::move(args);
     return call;
 }
@@ -58,7 +58,7 @@ static void parsCond(char const*& p, N& out) {
         parsOr(p, then);
         if (!seeChar(p, ':')) syntax_err("Expected: : <expr>", p);
         parsCond(p, other);
-        out = std::make_shared<CNode>(CN_COND, out, then, other);
+        out = MakeNode(CN_COND, out, then, other);
         SetSpan(out, start, p);
     }
 }
@@ -193,7 +193,7 @@ static bool parsCovariateStat(char const*& p, char const* word, CNodeType type, 
     String name;
     if (!seeWord(p, word) || !seeChar(p, '(') || !seeName(p, name) || !seeChar(p, ')'))
         return false;
-    out = std::make_shared<CNode>(type, name);
+    out = MakeNode(type, name);
     return true;
 }
 
@@ -228,7 +228,7 @@ static void parsDelay(char const*& p, N& out) {
     if (!hist) hist = NewNum(0.0);
     expect_char(p, ')', nullptr);
     if (!dist) dist = NewVar("Gamma");
-    out = std::make_shared<CNode>(CN_DELAY, signal, delayTime, shape, hist);
+    out = MakeNode(CN_DELAY, signal, delayTime, shape, hist);
     out->list.push_back(dist);
 }
 
@@ -301,7 +301,7 @@ static void parsPeak(char const*& p, N& out) {
     expect_char(p, ')', nullptr);
     if (!cond) cond = NewVar("true");
     if (isMax) cond = NewNode(CN_NOT, cond);
-    out = std::make_shared<CNode>(CN_PEAK, target, expr, cond, N());
+    out = MakeNode(CN_PEAK, target, expr, cond, N());
 }
 
 // id "$" id (a model member), id "(" { [","] expr } ")" (a call), or id (a variable).
@@ -313,7 +313,7 @@ static bool parsIdForm(char const*& p, N& out) {
         out = NewNode(CN_MEMBER, NewVar(name), NewVar(member));
     } else if (seeChar(p, '(')) {
         WarnOfPossibleMisspelling(name);
-        out = std::make_shared<CNode>(CN_CALL, name);
+        out = MakeNode(CN_CALL, name);
         while (!seeChar(p, ')')) {
             seeChar(p, ',');
             N arg;

@@ -10,6 +10,6 @@ void parsIncludes(char const*& p, NV& includes) {
         expect_char(p, '(', "Expected: '('");
         if (!seeStr(p, name)) syntax_err("Expected: name of file to include, i.e. \"foo.h\"", p);
         expect_char(p, ')', "Expected: ')'");
-        includes.push_back(std::make_shared<CNode>(CN_FILE, name));
+        includes.push_back(MakeNode(CN_FILE, name));
     }
 }

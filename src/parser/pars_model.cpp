@@ -43,7 +43,7 @@ void parsStmt(char const*& p, N& out) {
 // block: "{" { stmt [";"] } "}"
 static void parsBlock(char const*& p, N& out) {
     DepthGuard guard(p);
-    out = std::make_shared<CNode>(CN_BLOCK);
+    out = MakeNode(CN_BLOCK);
     while (!seeChar(p, '}')) {
         N stmt;
         parsStmt(p, stmt);
@@ -57,10 +57,10 @@ static void parsBlock(char const*& p, N& out) {
 static void parsDoubleDecl(char const*& p, N& out) {
     String name;
     expect_char(p, '(', "Expected: ( <names of double precision variables> )");
-    out = std::make_shared<CNode>(CN_DOUBLE_DECL);
+    out = MakeNode(CN_DOUBLE_DECL);
     while (*ScanWhite(p) && !seeChar(p, ')')) {
         if (!seeName(p, name)) return;
-        out->list.push_back(std::make_shared<CNode>(name));
+        out->list.push_back(MakeNode(name));
         seeChar(p, ',');
     }
 }
@@ -137,11 +137,11 @@ void parse_model_impl(char const*& p, N& out) {
     ScanWhite(p);
     if (!seeName(p, name)) syntax_err("Expected: <model name>", p);
     expect_char(p, '(', "Expected: ( <model input parameters> )");
-    N header = std::make_shared<CNode>(CN_CALL, name);
+    N header = MakeNode(CN_CALL, name);
     for (int i = 0; !seeChar(p, ')'); i++) {
         if (i > 0) expect_char(p, ',', "Expected: ','");
         if (!seeName(p, name)) syntax_err("Expected: variable", p);
-        header->list.push_back(std::make_shared<CNode>(name));
+        header->list.push_back(MakeNode(name));
     }
     N body;
     parsStmt(p, body);
@@ -150,14 +150,14 @@ void parse_model_impl(char const*& p, N& out) {
     // A body of one bare statement that left no node (dual_vars, a ranef of zero omegas only)
     // or that turned random effects off gets a block, which takes the assignments below.
     if (!body || (body->type != CN_BLOCK && !zeroRanefs.empty())) {
-        N block = std::make_shared<CNode>(CN_BLOCK);
+        N block = MakeNode(CN_BLOCK);
         if (body) block->list.push_back(body);
         body = block;
     }
-    out = std::make_shared<CNode>(CN_MODEL, header, body);
+    out = MakeNode(CN_MODEL, header, body);
     for (std::string const& ranef : zeroRanefs)
-        body->list.push_back(std::make_shared<CNode>(
-            CN_ASSIGN, std::make_shared<CNode>(ranef.c_str()), std::make_shared<CNode>(0.0)));
+        body->list.push_back(MakeNode(
+            CN_ASSIGN, MakeNode(ranef.c_str()), MakeNode(0.0)));
 }
 
 void parsModel(char const*& p, N& out) {

@@ -42,7 +42,7 @@ void parsObserveStmt(char const*& p, N& out) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', nullptr);
     expect_id(p, name, "Expected: <prediction variable name>");
-    out = std::make_shared<CNode>(CN_OBSERVE, name);
+    out = MakeNode(CN_OBSERVE, name);
     parsObserveIndep(p, out);
     if (IsErrorSet()) return;
     if (seeAssignOp(p)) parsExpr(p, out->child2, 0);
@@ -63,7 +63,7 @@ void parsObserve1Stmt(char const*& p, N& out) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', nullptr);
     expect_id(p, name, "Expected: <prediction variable name>");
-    out = std::make_shared<CNode>(CN_OBSERVE1, name);
+    out = MakeNode(CN_OBSERVE1, name);
     expect_char(p, ')', nullptr);
 }
 
@@ -75,7 +75,7 @@ static void parsLinkHead(char const*& p, N& out) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', nullptr);
     expect_id(p, name, "Expected: <observed variable name>");
-    out = std::make_shared<CNode>(CN_MULTI, name);
+    out = MakeNode(CN_MULTI, name);
     if (seeChar(p, '(')) {
         expect_id(p, name, "Expected: name of independent variable");
         expect_char(p, ')', nullptr);
@@ -163,7 +163,7 @@ void parsLLStmt(char const*& p, N& out) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', nullptr);
     expect_id(p, name, "Expected: <observed variable name>");
-    out = std::make_shared<CNode>(CN_LL, name);
+    out = MakeNode(CN_LL, name);
     expect_char(p, ',', nullptr);
     parsExpr(p, out->child1, 0);
     char const* mark = ScanWhite(p);
@@ -186,7 +186,7 @@ void parsEventStmt(char const*& p, N& out) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', nullptr);
     expect_id(p, name, "Expected: <censor variable name>");
-    out = std::make_shared<CNode>(CN_EVENT, name);
+    out = MakeNode(CN_EVENT, name);
     expect_char(p, ',', nullptr);
     parsExpr(p, out->child1, 0);
     for (;;) {
@@ -283,7 +283,7 @@ void parsCountStmt(char const*& p, N& out) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', nullptr);
     expect_id(p, name, "Expected: <count variable name>");
-    out = std::make_shared<CNode>(CN_COUNT, name);
+    out = MakeNode(CN_COUNT, name);
     expect_char(p, ',', nullptr);
     parsExpr(p, out->child1, 0);
     CountOptions opt;

@@ -78,7 +78,7 @@ static void parsEnableValue(char const*& p, N& mark) {
     N num = WholeEnableNumber(value, start, p, "Enable number inside c(..) must be integer >= 0");
     if (IsErrorSet()) return;
     expect_char(p, ')', nullptr);
-    mark = std::make_shared<CNode>(CN_VALUES);
+    mark = MakeNode(CN_VALUES);
     mark->list.push_back(num);
 }
 
@@ -112,7 +112,7 @@ static void parsFixefItem(char const*& p, N const& stmt) {
     char name[NAME_BUF_SIZE];
     char const* start = ScanWhite(p);
     expect_id(p, name, "Expected: <fixed effect variable>");
-    N item = std::make_shared<CNode>(name);
+    N item = MakeNode(name);
     stmt->list.push_back(item);
     N enable, est[3];
     parsFixefOptions(p, item, enable);
@@ -123,7 +123,7 @@ static void parsFixefItem(char const*& p, N const& stmt) {
         parsFixefEstimate(p, est);
         if (IsErrorSet()) return;
         // Only the span counts: the text replacement of an override finds the estimate by it.
-        item->child4 = std::make_shared<CNode>("whatever");
+        item->child4 = MakeNode("whatever");
         item->child4->pos = get_pos(estStart, LastTokenEnd(estStart, p));
     }
     item->list = {est[0], est[1], est[2]};
@@ -133,7 +133,7 @@ static void parsFixefItem(char const*& p, N const& stmt) {
 // fixef ( { [","] item } )
 void parsFixefStmt(char const*& p, N& out) {
     expect_char(p, '(', nullptr);
-    out = std::make_shared<CNode>(CN_FIXEF);
+    out = MakeNode(CN_FIXEF);
     while (!seeChar(p, ')')) {
         seeChar(p, ',');
         parsFixefItem(p, out);
@@ -147,7 +147,7 @@ void parsConstrainStmt(char const*& p, N& out) {
     expect_char(p, '(', "Expected: ( <boolean expr> )");
     parsExpr(p, cond, 0);
     expect_char(p, ')', nullptr);
-    out = std::make_shared<CNode>(CN_CONSTRAIN, cond);
+    out = MakeNode(CN_CONSTRAIN, cond);
 }
 
 // numbers: [ expr { "," expr } ] up to the ")" that closes "c(", which is read as well.
@@ -215,12 +215,12 @@ void parsUncertaintyStmt(char const*& p, N& out, CNodeType type) {
     N names = parse_name_list(p);
     expect_assignment(p);
     if (!seeChars(p, "c(")) syntax_err("Expected: 'c('", p);
-    N nums = std::make_shared<CNode>(CN_VALUES);
+    N nums = MakeNode(CN_VALUES);
     parsUncertaintyNumbers(p, nums);
     expect_char(p, ')', nullptr);
     CheckUncertaintyMatrix(p, nums, int(names->list.size()), block);
     if (IsErrorSet()) return;
-    out = std::make_shared<CNode>(type, names, nums);
+    out = MakeNode(type, names, nums);
 }
 
 // iwndf ( number )
@@ -230,7 +230,7 @@ void parsIwndfStmt(char const*& p, N& out) {
     if (!seeNum(p, value, nullptr))
         return SetErr("Expected integer degrees of freedom", p, 0, 0, -1);
     expect_char(p, ')', nullptr);
-    out = std::make_shared<CNode>(CN_IWNDF, value);
+    out = MakeNode(CN_IWNDF, value);
     bIWNDFSeen = 1;
 }
 
@@ -239,7 +239,7 @@ void parsIwndfStmt(char const*& p, N& out) {
 void parsCovariateStmt(char const*& p, N& out, CNodeType type) {
     char name[NAME_BUF_SIZE];
     bool interpolate = type == CN_INTERPOLATE;
-    out = std::make_shared<CNode>(type);
+    out = MakeNode(type);
     expect_char(p, '(', nullptr);
     for (int i = 0; !seeChar(p, ')'); i++) {
         if (i > 0) expect_char(p, ',', "Expected: ','");
@@ -247,7 +247,7 @@ void parsCovariateStmt(char const*& p, N& out, CNodeType type) {
         expect_id(p, name,
                   interpolate ? "Expected: <interpolated covariate name>"
                               : "Expected: <covariate name>");
-        N var = std::make_shared<CNode>(name);
+        N var = MakeNode(name);
         var->pos = get_pos(start, p);
         if (!interpolate && seeChar(p, '(')) {
             expect_char(p, ')', nullptr);
@@ -262,7 +262,7 @@ static void parsTableRow(char const*& p, N& row, CNodeType type, char const* msg
     N var;
     if (!seeLExpr(p, var)) syntax_err(msg, p);
     expect_assignment(p);
-    row = std::make_shared<CNode>(type, var);
+    row = MakeNode(type, var);
     parsExprList(p, row->list);
 }
 
@@ -270,7 +270,7 @@ static void parsTableRow(char const*& p, N& row, CNodeType type, char const* msg
 // The first row holds the x values, each further row as many values of a dependent variable.
 void parsTableStmt(char const*& p, N& out) {
     N x;
-    out = std::make_shared<CNode>(CN_TABLE);
+    out = MakeNode(CN_TABLE);
     expect_char(p, '(', nullptr);
     parsTableRow(p, x, CN_TABLE_X, "Expected x row variable name");
     if (IsErrorSet()) return;
@@ -292,7 +292,7 @@ void parsTableStmt(char const*& p, N& out) {
 // each assignment is checked later.
 void parsAssignListStmt(char const*& p, N& out, CNodeType type) {
     expect_char(p, '(', nullptr);
-    out = std::make_shared<CNode>(type);
+    out = MakeNode(type);
     while (!seeChar(p, ')')) {
         N assign;
         seeChar(p, ',');

@@ -6,7 +6,7 @@
 #include <memory>
 
 static N NewCall(char const* name, NV args) {
-    N call = std::make_shared<CNode>(CN_CALL, name);
+    N call = MakeNode(CN_CALL, name);
     call->list = std::move(args);
     return call;
 }
@@ -15,7 +15,7 @@ static N NewCall(char const* name, NV args) {
 static void parsProcDecl(char const*& p, N& out, CNodeType type, char const* msg) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', msg);
-    out = std::make_shared<CNode>(type);
+    out = MakeNode(type);
     while (*ScanWhite(p) && !seeChar(p, ')')) {
         if (!seeId(p, name)) return;
         out->list.push_back(NewVar(name));
@@ -32,7 +32,7 @@ static void parsProcArgs(char const*& p, N& out, CNodeType type, int n) {
         parsExpr(p, args[i], 0);
     }
     expect_char(p, ')', nullptr);
-    out = std::make_shared<CNode>(type, N(), args[0], args[1], args[2]);
+    out = MakeNode(type, N(), args[0], args[1], args[2]);
 }
 
 // collect stmt, steadystate stmt: the statement as child1
@@ -66,14 +66,14 @@ static void parsNameArg(char const*& p, N& out, CNodeType type, char const* msg)
     expect_char(p, '(', nullptr);
     expect_id(p, name, msg);
     expect_char(p, ')', nullptr);
-    out = std::make_shared<CNode>(type, name);
+    out = MakeNode(type, name);
 }
 
 // suspend, in a subject only
 static void parsSuspend(char const*& p, N& out, int kind) {
     if (kind != PROC_SUBJECT)
         return SetErr("`suspend` statement only allowed in subject script", p, 0, 0, -1);
-    out = std::make_shared<CNode>(CN_SUSPEND);
+    out = MakeNode(CN_SUSPEND);
 }
 
 // resume "(" id ")", in main only
@@ -96,7 +96,7 @@ static void parsFor(char const*& p, N& out, int kind) {
     expect_char(p, ')', nullptr);
     parsProcStmt(p, body, kind);
     if (IsErrorSet()) return;
-    out = std::make_shared<CNode>(CN_FOR, name, from, to, body);
+    out = MakeNode(CN_FOR, name, from, to, body);
 }
 
 // stmt: one statement of a procedure, by the first word that matches; else a sample
@@ -135,7 +135,7 @@ void parsProcStmt(char const*& p, N& out, int kind) {
 void parsProcBlock(char const*& p, N& out, int kind) {
     DepthGuard guard(p);
     ScanWhite(p);
-    out = std::make_shared<CNode>(CN_BLOCK);
+    out = MakeNode(CN_BLOCK);
     for (;;) {
         if (seeChar(p, ';')) continue;
         if (seeChar(p, '}')) return;
@@ -159,7 +159,7 @@ void parsProc(char const*& p, N& out, int kind) {
     ScanWhite(p);
     if (!seeId(p, name)) syntax_err("Expected: <procedure name>", p);
     expect_char(p, '(', "Expected: '('");
-    N header = std::make_shared<CNode>(CN_CALL, name);
+    N header = MakeNode(CN_CALL, name);
     for (int i = 0; !seeChar(p, ')'); i++) {
         if (i > 0) expect_char(p, ',', "Expected: ','");
         if (!seeId(p, name)) syntax_err("Expected: variable", p);

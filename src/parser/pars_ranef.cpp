@@ -8,7 +8,7 @@
 #include <cmath>
 
 static N NewValues(N num) {
-    N values = std::make_shared<CNode>(CN_VALUES);
+    N values = MakeNode(CN_VALUES);
     values->list.push_back(num);
     return values;
 }
@@ -36,14 +36,14 @@ static bool seeFreezeMark(char const*& p) {
 N parse_name_list(char const*& p) {
     char name[NAME_BUF_SIZE];
     expect_char(p, '(', "Expected: '('");
-    N names = std::make_shared<CNode>(CN_NAMES);
+    N names = MakeNode(CN_NAMES);
     char const* start = p;
     char const* last = p;
     for (int i = 0; !seeChar(p, ')'); i++) {
         if (i > 0) expect_char(p, ',', "Expected: ','");
         char const* begin = ScanWhite(p);
         if (!seeId(p, name)) syntax_err("Expected: <variable name>", p);
-        N var = std::make_shared<CNode>(name);
+        N var = MakeNode(name);
         var->pos = get_pos(begin, p);
         names->list.push_back(var);
         last = p;
@@ -68,7 +68,7 @@ void parsRanefFreeze(char const*& p, N& names) {
 // 'spans' gets each entry's span (the cursor for an empty one), the list the span of all.
 static void parsOmegaList(char const*& p, N& nums, std::vector<Pos>& spans, bool allowEmpty) {
     if (!seeWord(p, "c") || !seeChar(p, '(')) syntax_err("Expected: 'c('", p);
-    nums = std::make_shared<CNode>(CN_VALUES);
+    nums = MakeNode(CN_VALUES);
     char const* start = p;
     for (int i = 0; *ScanWhite(p) != ')'; i++) {
         if (i > 0) expect_char(p, ',', "Expected: ','");
@@ -86,7 +86,7 @@ static void parsOmegaList(char const*& p, N& nums, std::vector<Pos>& spans, bool
 // The omegas when none are given: 1 for each variance and, in a block, 0 for each
 // covariance, by rows of the lower triangle.
 static N UnitOmegas(int n, bool block) {
-    N nums = std::make_shared<CNode>(CN_VALUES);
+    N nums = MakeNode(CN_VALUES);
     for (int i = 0; i < n; i++) {
         for (int j = 0; block && j < i; j++)
             nums->list.push_back(NewNum(0.0));
@@ -123,7 +123,7 @@ static N CholeskyFactor(N const& nums, int n) {
         err_pos(nums->pos) << "Matrix is not positive-definite";
         syntax_err();
     }
-    N factor = std::make_shared<CNode>(CN_VALUES);
+    N factor = MakeNode(CN_VALUES);
     for (int i = 0; i < n; i++)
         for (int j = 0; j <= i; j++)
             factor->list.push_back(NewNum(l[j * n + i])); // column j starts at j*n
@@ -148,7 +148,7 @@ static void parsBlockGroup(char const*& p, N& group) {
                     "Not enough numbers in variance/covariance matrix",
                     "Too many numbers in variance/covariance matrix");
     if (!bAllowNullOmegas) factor = CholeskyFactor(nums, n);
-    group = std::make_shared<CNode>(CN_RANEF_BLOCK, names, nums, factor);
+    group = MakeNode(CN_RANEF_BLOCK, names, nums, factor);
 }
 
 // The standard deviation of the omega 'num' of the random effect 'var', at 'index' of its
@@ -182,10 +182,10 @@ static void parsDiagGroup(char const*& p, N& group, std::vector<int>& zeros) {
         nums = UnitOmegas(n, false);
     CheckOmegaCount(nums, spans, size_t(n), "Not enough numbers in diagonal variance matrix",
                     "Too many numbers in diagonal variance matrix");
-    N stdevs = std::make_shared<CNode>(CN_VALUES);
+    N stdevs = MakeNode(CN_VALUES);
     for (int i = 0; i < n; i++)
         stdevs->list.push_back(OmegaStdev(nums->list[i], names->list[i], i, zeros));
-    group = std::make_shared<CNode>(CN_VARIANCE_DIAG, names, nums, stdevs);
+    group = MakeNode(CN_VARIANCE_DIAG, names, nums, stdevs);
 }
 
 // same names
@@ -199,7 +199,7 @@ static void parsSameGroup(char const*& p, N const& stmt, N& group,
         syntax_err();
     }
     zeros.back() = zeros[zeros.size() - 2];
-    group = std::make_shared<CNode>(CN_RANEF_SAME, names);
+    group = MakeNode(CN_RANEF_SAME, names);
 }
 
 // single: id [ "(" "freeze" ")" ] [ assign-op number ]
@@ -208,9 +208,9 @@ static void parsSingleRanef(char const*& p, N& group, std::vector<int>& zeros) {
     char name[NAME_BUF_SIZE];
     char const* start = ScanWhite(p);
     if (!seeId(p, name)) syntax_err("Expected: ')' to close ranef statement", p);
-    N var = std::make_shared<CNode>(name);
+    N var = MakeNode(name);
     var->pos = get_pos(start, p);
-    N names = std::make_shared<CNode>(CN_NAMES);
+    N names = MakeNode(CN_NAMES);
     names->list.push_back(var);
     names->pos = var->pos;
     if (seeFreezeMark(p)) names->child1 = NewNum(1.0);
@@ -220,7 +220,7 @@ static void parsSingleRanef(char const*& p, N& group, std::vector<int>& zeros) {
     else if (!seeNumNode(p, num))
         syntax_err("Expected: numeric variance value", p);
     N stdev = OmegaStdev(num, var, 0, zeros);
-    group = std::make_shared<CNode>(CN_VARIANCE_DIAG, names, NewValues(num), NewValues(stdev));
+    group = MakeNode(CN_VARIANCE_DIAG, names, NewValues(num), NewValues(stdev));
 }
 
 // group: "block" ... | "diag" ... | "same" ... | single
@@ -255,7 +255,7 @@ static void TurnOffZeroRanefs(N const& stmt, std::vector<std::vector<int>> const
 // ranef ( { group [","] } ), ranef1 to ranef5 alike; 'type' is the statement's kind.
 // A statement whose every random effect a zero omega turned off leaves no node.
 void parsRanefStmt(char const*& p, N& out, CNodeType type) {
-    out = std::make_shared<CNode>(type);
+    out = MakeNode(type);
     expect_char(p, '(', nullptr);
     std::vector<std::vector<int>> zeros;
     while (!seeChar(p, ')')) {
@@ -272,7 +272,7 @@ void parsRanefStmt(char const*& p, N& out, CNodeType type) {
 
 // priors: [ number { "," number } ] ")", behind the "(": one prior variance
 static void parsPriorVariances(char const*& p, N& priors) {
-    priors = std::make_shared<CNode>(CN_VALUES);
+    priors = MakeNode(CN_VALUES);
     for (int i = 0; !seeChar(p, ')'); i++) {
         if (i > 0) expect_char(p, ',', "Expected: ','");
         N num;
@@ -290,9 +290,9 @@ static void parsErrorEntry(char const*& p, N& entry) {
     char name[NAME_BUF_SIZE];
     char const* start = ScanWhite(p);
     if (!seeId(p, name)) return SetErr("Expected: ')' to close error statement", p, 0, 0, -1);
-    N var = std::make_shared<CNode>(name);
+    N var = MakeNode(name);
     var->pos = get_pos(start, p);
-    N names = std::make_shared<CNode>(CN_NAMES);
+    N names = MakeNode(CN_NAMES);
     names->list.push_back(var);
     if (seeFreezeMark(p)) names->child1 = NewNum(1.0);
     N priors, value;
@@ -304,12 +304,12 @@ static void parsErrorEntry(char const*& p, N& entry) {
         return SetErr("Expected: numeric variance value", p, 0, 0, -1);
     else if (value->value < 0)
         return SetErr("Negative stdev value", p, 0, 0, -1);
-    entry = std::make_shared<CNode>(CN_VARIANCE_DIAG, names, N(), NewValues(value), priors);
+    entry = MakeNode(CN_VARIANCE_DIAG, names, N(), NewValues(value), priors);
 }
 
 // error ( { entry [","] } )
 void parsErrorStmt(char const*& p, N& out) {
-    out = std::make_shared<CNode>(CN_ERROR);
+    out = MakeNode(CN_ERROR);
     expect_char(p, '(', nullptr);
     while (!seeChar(p, ')')) {
         N entry;

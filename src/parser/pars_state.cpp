@@ -23,7 +23,7 @@ void parsDerivStmt(char const*& p, N& out) {
         noss = NewNum(1.0);
     }
     expect_char(p, ')', nullptr);
-    out = std::make_shared<CNode>(CN_DERIV, var, rhs, noss);
+    out = MakeNode(CN_DERIV, var, rhs, noss);
 }
 
 // urinecpt ( id assign-op expr [, fe = expr] )
@@ -38,7 +38,7 @@ void parsUrineStmt(char const*& p, N& out) {
         parsExpr(p, fe, 0);
     }
     expect_char(p, ')', nullptr);
-    out = std::make_shared<CNode>(CN_URINECPT, var, rhs, fe);
+    out = MakeNode(CN_URINECPT, var, rhs, fe);
 }
 
 // "word assign-op expr" into an empty 'slot'; false, with nothing consumed but white space,
@@ -84,7 +84,7 @@ void parsTransitStmt(char const*& p, N& out) {
             return SetErr("maxn parameter must be a whole number >= 1 and <= 1000", p, 0, 0, -1);
     }
     expect_char(p, ')', nullptr);
-    out = std::make_shared<CNode>(CN_TRANSIT, var, mtt, n, max ? max : NewNum(50.0));
+    out = MakeNode(CN_TRANSIT, var, mtt, n, max ? max : NewNum(50.0));
     out->list = {in, outflow};
 }
 
@@ -104,7 +104,7 @@ void parsDelayInfCptStmt(char const*& p, N& out) {
     expect_char(p, ')', nullptr);
     if (!dist) dist = NewVar("Gamma");
     if (dist->name != "InverseGaussian")
-        shape = std::make_shared<CNode>(CN_ADD, shape, NewNum(1.0));
-    out = std::make_shared<CNode>(CN_DELAYINFCPT, var, mean, shape, dist);
+        shape = MakeNode(CN_ADD, shape, NewNum(1.0));
+    out = MakeNode(CN_DELAYINFCPT, var, mean, shape, dist);
     out->list = {in, outflow};
 }

@@ -3,7 +3,7 @@
 #include "parser/parser.h"
 
 static N NewUnitNode(CNodeType type, N a, N b, char const* start, char const* p) {
-    N n = std::make_shared<CNode>(type, a, b);
+    N n = MakeNode(type, a, b);
     n->pos = get_pos(start, p);
     return n;
 }
@@ -13,17 +13,17 @@ void parsUnits(char const*& p, N& out) {
     String name;
     ScanWhite(p);
     expect_char(p, '{', nullptr);
-    out = std::make_shared<CNode>(CN_UNITS);
+    out = MakeNode(CN_UNITS);
     for (;;) {
         while (seeChar(p, ';')) {
         }
         if (seeChar(p, '}')) break;
         char const* start = ScanWhite(p);
         if (!seeName(p, name)) syntax_err("Expected: id", p);
-        N lhs = std::make_shared<CNode>(name);
+        N lhs = MakeNode(name);
         if (seeChar(p, '$')) {
             if (!seeName(p, name)) syntax_err("Expected: model member", p);
-            lhs = NewUnitNode(CN_MEMBER, lhs, std::make_shared<CNode>(name), start, p);
+            lhs = NewUnitNode(CN_MEMBER, lhs, MakeNode(name), start, p);
         }
         expect_assignment(p, "units ");
         N rhs;
@@ -64,9 +64,9 @@ void parsUnitPrim(char const*& p, N& out) {
     double value;
     char const* start = ScanWhite(p);
     if (seeNum(p, value, nullptr)) {
-        out = std::make_shared<CNode>(value);
+        out = MakeNode(value);
     } else if (seeName(p, text)) {
-        out = std::make_shared<CNode>(CN_UNIT_NAME, text);
+        out = MakeNode(CN_UNIT_NAME, text);
     } else if (seeChar(p, '(')) {
         parsUnitProduct(p, out);
         if (!IsErrorSet()) expect_char(p, ')', nullptr);

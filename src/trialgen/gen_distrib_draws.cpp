@@ -299,7 +299,7 @@ static NV ModelDistribVars(N const& s) {
             vars.push_back(v);
             continue;
         }
-        N plain = std::make_shared<CNode>(v->type, v->child1->child2);
+        N plain = MakeNode(v->type, v->child1->child2);
         plain->list = v->list;
         vars.push_back(plain);
     }

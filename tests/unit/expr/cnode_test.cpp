@@ -5,6 +5,8 @@
 #include "varo5_test.h"
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <functional>
 #include <set>
 #include <string>
@@ -287,5 +289,33 @@ TEST_F(VaroTest, KindNameTableIsInStepWithTheValues) {
         ASSERT_NE(nullptr, saCNodeTypeName[i]) << i;
         EXPECT_EQ(0, std::string(saCNodeTypeName[i]).rfind("CN_", 0)) << i;
         EXPECT_TRUE(seen.insert(saCNodeTypeName[i]).second) << saCNodeTypeName[i];
+    }
+}
+
+// Blocks of the node pool are aligned and don't overlap, whether they come fresh from a chunk
+// or back from the free list.
+TEST_F(VaroTest, NodePoolBlocksAreDistinct) {
+    for (size_t size : {8, 200, 512, 600}) {
+        SCOPED_TRACE(size);
+        std::vector<unsigned char*> blocks;
+        for (int round = 0; round < 2; round++) {
+            for (int i = 0; i < 700; i++)
+                blocks.push_back(static_cast<unsigned char*>(PoolAllocate(size)));
+            for (size_t i = 0; i < blocks.size(); i++) {
+                EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(blocks[i]) % 16);
+                memset(blocks[i], int(i % 251), size);
+            }
+            for (size_t i = 0; i < blocks.size(); i++)
+                for (size_t k = 0; k < size; k += 7)
+                    ASSERT_EQ(i % 251, blocks[i][k]);
+            for (size_t i = 0; i < blocks.size(); i += 2) // half go back, then come again
+                PoolFree(blocks[i], size);
+            std::vector<unsigned char*> kept;
+            for (size_t i = 1; i < blocks.size(); i += 2)
+                kept.push_back(blocks[i]);
+            blocks = kept;
+        }
+        for (unsigned char* b : blocks)
+            PoolFree(b, size);
     }
 }

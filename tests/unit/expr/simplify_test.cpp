@@ -1,6 +1,6 @@
 // Tests of the simplifier: every rule group of Simp with its undefined cases, the failure
-// contract, the depth limit, ElevateSum and GetLog by shape, and a property test that Simp
-// and ElevateSum keep the value of random expressions.
+// contract and its quick test, the depth limit, ElevateSum and GetLog by shape, and a property test
+// that Simp and ElevateSum keep the value of random expressions.
 #include "expr/expr.h"
 #include "tree_eval.h"
 #include "varo5_test.h"
@@ -196,7 +196,9 @@ TEST_F(VaroTest, SimpDepthLimit) {
     } catch (int e) {
         thrown = e;
     }
+    EXPECT_TRUE(Add(X(), Num(1))->SimpCanFail()); // a limit may throw on any tree
     SetMaxTreeDepth(0);
+    EXPECT_FALSE(Add(X(), Num(1))->SimpCanFail());
     EXPECT_EQ(1, thrown);
     EXPECT_EQ("(CN_ADD (CN_ADD X 1) 2)", Text(deep->Simp(iFail)));
 }
@@ -293,7 +295,7 @@ class TreeGen : public RandomPicks {
 // reported failure, in which case it must give back the input itself.
 TEST_F(VaroTest, SimpAndElevateSumKeepValues) {
     TreeGen gen(20240611);
-    int compared = 0, failures = 0, attempts = 0;
+    int compared = 0, failures = 0, attempts = 0, cleared = 0;
     for (int i = 0; i < 400; i++) {
         N t = gen.Gen(4);
         SCOPED_TRACE(Text(t));
@@ -303,8 +305,10 @@ TEST_F(VaroTest, SimpAndElevateSumKeepValues) {
         if (iFail) {
             failures++;
             EXPECT_TRUE(s->Equal(t));
+            EXPECT_TRUE(t->SimpCanFail()); // the quick test never clears a failing tree
             continue;
         }
+        if (!t->SimpCanFail()) cleared++;
         for (int k = 0; k < 3; k++) {
             Evaluator point;
             point.vars = {{"x", gen.Uniform(-2.5, 2.5)},
@@ -321,5 +325,6 @@ TEST_F(VaroTest, SimpAndElevateSumKeepValues) {
     }
     // The trees must exercise both outcomes and mostly be comparable.
     EXPECT_GT(failures, 0);
+    EXPECT_GT(cleared, 0);
     EXPECT_GT(compared, attempts / 2);
 }

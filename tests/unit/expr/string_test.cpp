@@ -26,6 +26,26 @@ TEST_F(VaroTest, StringConstruction) {
     EXPECT_STREQ("abc", original);
     assigned = "fresh";
     EXPECT_STREQ("fresh", assigned);
+
+    // Copies share an array until one changes; a character handed out for writing stays
+    // this text's own, so later copies don't see later writes.
+    String pinned("abc");
+    char& first = pinned[0];
+    String before(pinned);
+    first = 'Z';
+    EXPECT_STREQ("abc", before);
+    EXPECT_STREQ("Zbc", pinned);
+    String after;
+    after = pinned;
+    first = 'W';
+    EXPECT_STREQ("Zbc", after);
+    String shared(after), trimmed(" x"), trimmedCopy(trimmed);
+    shared += "!";
+    trimmed.TrimLeft();
+    EXPECT_STREQ("Zbc", after);
+    EXPECT_STREQ("Zbc!", shared);
+    EXPECT_STREQ(" x", trimmedCopy);
+    EXPECT_STREQ("x", trimmed);
 }
 
 TEST_F(VaroTest, StringFind) {
