@@ -45,8 +45,8 @@ void get_delays(cn const& node, NV& list) {
             return;
         }
     }
-    for (N const& c : {node->child1, node->child2, node->child3, node->child4})
-        get_delays(c, list);
+    for (N const* c : {&node->child1, &node->child2, &node->child3, &node->child4})
+        get_delays(*c, list);
     for (N const& e : node->list)
         get_delays(e, list);
 }

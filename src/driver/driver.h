@@ -29,6 +29,10 @@ int doit();
 void RunSelfChecks();
 void usage();
 char* ReadFile(char const* path);
+// A file for generated text, opened as `fopen` does, with a large buffer (output_file.cpp);
+// close it with `CloseOutputFile`.
+FILE* OpenOutputFile(char const* path, char const* mode);
+int CloseOutputFile(FILE* f);
 N ReadModelFile(char const* path, NV& includes, int iReplace);
 N ReadCohortFile(char const* path, NV& includes);
 

@@ -297,16 +297,16 @@ void CNode::AssertValid() const {
 // Through child1 to child3 and the list; a node that hangs only under child4 keeps its value.
 void CNode::ClearTemp1() {
     iTemp1 = -1;
-    for (N const& c : {child1, child2, child3})
-        if (c) c->ClearTemp1();
+    for (N const* c : {&child1, &child2, &child3})
+        if (*c) (*c)->ClearTemp1();
     for (N const& n : list)
         if (n) n->ClearTemp1();
 }
 
 void CNode::ClearTemp2() {
     iTemp2 = -1;
-    for (N const& c : {child1, child2, child3})
-        if (c) c->ClearTemp2();
+    for (N const* c : {&child1, &child2, &child3})
+        if (*c) (*c)->ClearTemp2();
     for (N const& n : list)
         if (n) n->ClearTemp2();
 }

@@ -40,7 +40,7 @@ struct CNodeAppendix {
     void CopyTo(CNodeAppendix* target) const;
     std::unique_ptr<CNodeAppendix> Copy() const;
     bool Equal(CNodeAppendix const* other) const;
-    std::unique_ptr<CNodeAppendix> Subst(cn from, cn to, bool bAssignTarget) const;
+    std::unique_ptr<CNodeAppendix> Subst(cn const& from, cn const& to, bool bAssignTarget) const;
     std::unique_ptr<CNodeAppendix> ConverToUnifNormControlled() const;
 };
 
@@ -145,7 +145,7 @@ class CNode {
     bool DeepContains(char const* name) const;
     bool ContainsTopLevel(char const* name, CNodeType op) const;
     bool IsConstant(SV const& consts) const;
-    N Subst(cn from, cn to, bool bAssignTarget) const;
+    N Subst(cn const& from, cn const& to, bool bAssignTarget) const;
     N ConverToUnifNormControlled() const;
 
     // Derivative by 'var' (not simplified). Diff1 throws CException* where none can be formed;

@@ -172,3 +172,28 @@ N CNode::Diff(char const* var, SV const& consts) const {
 N CNode::Diff(char const* var) const {
     return Diff(var, SV(), SV());
 }
+
+// The operands of 'n' are child1 and, for a binary kind, child2, and nothing else.
+static bool HasOnlyOperands(CNode const& n, bool binary) {
+    return (binary || !n.child2) && !n.child3 && !n.child4 && n.list.empty();
+}
+
+// Sums, differences, products, negations, exp of one argument, names and numbers: `Diff1`
+// forms their derivative by any name without a failure, of the same kinds, products and sums.
+bool IsPlainlyDifferentiable(CNode const* n) {
+    if (!n) return false;
+    switch (n->type) {
+        case CN_VAR:
+        case CN_NUM: return !n->child1 && HasOnlyOperands(*n, false);
+        case CN_ADD:
+        case CN_SUB:
+        case CN_MUL:
+            return HasOnlyOperands(*n, true) && IsPlainlyDifferentiable(n->child1.get()) &&
+                   IsPlainlyDifferentiable(n->child2.get());
+        case CN_NEG: return HasOnlyOperands(*n, false) && IsPlainlyDifferentiable(n->child1.get());
+        case CN_CALL:
+            return n->name == "exp" && n->list.size() == 1 && !n->child1 && !n->child2 &&
+                   !n->child3 && !n->child4 && IsPlainlyDifferentiable(n->list[0].get());
+        default: return false;
+    }
+}

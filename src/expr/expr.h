@@ -20,6 +20,10 @@ class CException {
 // When set, a node that can't be differentiated throws; when clear, it yields the number 1.
 extern bool throw_diff_exception;
 
+// Whether 'n' is built only of kinds whose derivative by any name, whatever the flag above,
+// exists and holds no quotient or power, so that its `Simp` can't fail either.
+bool IsPlainlyDifferentiable(CNode const* n);
+
 // The shape of a tree as one line of text, for debug output and self-checks.
 std::string DumpTree(cn const& n);
 

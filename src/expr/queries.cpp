@@ -144,7 +144,7 @@ static bool KeepsAssignTarget(CNode const& n, cn const& from, bool bAssignTarget
 // A rebuilt tree with every sub-tree equal to 'from' replaced by a copy of 'to'. Unless
 // 'bAssignTarget', an assignment to the replaced name keeps its left side. The dose options,
 // the count options and `pos` are not carried over.
-N CNode::Subst(cn from, cn to, bool bAssignTarget) const {
+N CNode::Subst(cn const& from, cn const& to, bool bAssignTarget) const {
     if (from && from->equal_impl(this)) return to ? to->Copy() : N();
     N r = ShallowCopy();
     if (KeepsAssignTarget(*this, from, bAssignTarget))
@@ -162,7 +162,8 @@ N CNode::Subst(cn from, cn to, bool bAssignTarget) const {
     return r;
 }
 
-std::unique_ptr<CNodeAppendix> CNodeAppendix::Subst(cn from, cn to, bool bAssignTarget) const {
+std::unique_ptr<CNodeAppendix> CNodeAppendix::Subst(cn const& from, cn const& to,
+                                                    bool bAssignTarget) const {
     auto r = std::make_unique<CNodeAppendix>();
     r->dobefore = SubstOrEmpty(dobefore, from, to, bAssignTarget);
     r->doafter = SubstOrEmpty(doafter, from, to, bAssignTarget);
@@ -244,28 +245,39 @@ std::unique_ptr<CNodeAppendix> CNodeAppendix::ConverToUnifNormControlled() const
 // What a substitution can match in a tree: the names of its variables, where `Subst` looks
 // (children, appendix, list). A NaN value makes every `Equal` false, so then nothing is known.
 struct HeldNames {
-    std::unordered_set<std::string_view> names;
+    std::vector<std::string_view> names; // sorted, each once
     bool nan = false;
     bool clean = false; // every node is the work of `Subst`, which drops `pos` and the records
+
+    bool Holds(std::string_view name) const {
+        return std::binary_search(names.begin(), names.end(), name);
+    }
 };
 
-static void NoteHeld(cn const& n, HeldNames& held) {
+static void NoteHeldBelow(CNode const* n, HeldNames& held) {
     if (!n) return;
     if (std::isnan(n->value)) held.nan = true;
-    if (n->type == CN_VAR) held.names.insert(std::string_view(n->name));
+    if (n->type == CN_VAR) held.names.push_back(std::string_view(n->name));
     for (N const* c : {&n->child1, &n->child2, &n->child3, &n->child4})
-        NoteHeld(*c, held);
+        NoteHeldBelow(c->get(), held);
     if (n->appendix)
         for (N const* c : {&n->appendix->dobefore, &n->appendix->doafter, &n->appendix->simulate})
-            NoteHeld(*c, held);
+            NoteHeldBelow(c->get(), held);
     for (N const& e : n->list)
-        NoteHeld(e, held);
+        NoteHeldBelow(e.get(), held);
+}
+
+// The names and NaNs of a whole tree, into an empty 'held'.
+static void NoteHeld(cn const& n, HeldNames& held) {
+    NoteHeldBelow(n.get(), held);
+    std::sort(held.names.begin(), held.names.end());
+    held.names.erase(std::unique(held.names.begin(), held.names.end()), held.names.end());
 }
 
 // Whether `Subst` of 'name' would give a copy equal to the work in every field: the name is not
 // held by a tree that is already all of `Subst`'s making.
 static bool SubstIsCopy(HeldNames const& held, char const* name) {
-    return held.clean && !held.nan && !held.names.count(std::string_view(name));
+    return held.clean && !held.nan && !held.Holds(name);
 }
 
 AssignIndex GetAssignIndex(SV const& names) {
@@ -310,7 +322,7 @@ static bool ExpandPass(N& work, SV const& names, NV const& exprs, AssignIndex co
         if (need_collect && done.count(std::string(names[i]))) continue;
         if (!exprs[i]) continue; // no right side to put in
         if (SubstIsCopy(held, names[i])) continue;
-        bool const matches = held.nan || held.names.count(std::string_view(names[i])) > 0;
+        bool const matches = held.nan || held.Holds(std::string_view(names[i]));
         N next = work->Subst(MakeNode(names[i]), exprs[i], false);
         if (!next->Equal(work)) {
             changed = true;

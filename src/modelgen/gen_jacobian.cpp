@@ -166,14 +166,14 @@ void CGenCode::GenJacobian(int& bCanJacobian, int& bCanMatexp) {
     RateList r;
     Matrix m;
     if (bTimeBased) {
-        SV k = GetJacobianConstants(*this);
         r = GetRates(*this, bCanJacobian);
         size_t n = r.names.size();
         if (int(n) > maxJacobianRates) bCanJacobian = 0;
-        AssignIndex const index = GetAssignIndex(saAssign);
-        for (N& e : r.exprs)
-            e = FullyExpand(e, saAssign, paAssign, index);
-        if (bCanJacobian) {
+        if (bCanJacobian) { // the expansions and derivatives only where they are printed
+            SV const k = GetJacobianConstants(*this);
+            AssignIndex const index = GetAssignIndex(saAssign);
+            for (N& e : r.exprs)
+                e = FullyExpand(e, saAssign, paAssign, index);
             m.assign(n + 1, NV(n + 1));
             FillDerivatives(fp, r, k, m, bCanJacobian, bCanMatexp);
             if (bCanJacobian) FillForcing(fp, r, k, m, bCanMatexp);

@@ -111,13 +111,17 @@ void CGenCode::CollectUniqueVars() {
 }
 
 // Every gamma delay under 'node', depth first.
-void GetGammaDelays(cn const& node, NV& list) {
+static void GetGammaDelaysBelow(N const& node, NV& list) {
     if (!node) return;
-    if (node->type == CN_GAMMADELAY) list.push_back(std::const_pointer_cast<CNode>(node));
-    for (N const& c : {node->child1, node->child2, node->child3, node->child4})
-        GetGammaDelays(c, list);
+    if (node->type == CN_GAMMADELAY) list.push_back(node);
+    for (N const* c : {&node->child1, &node->child2, &node->child3, &node->child4})
+        GetGammaDelaysBelow(*c, list);
     for (N const& e : node->list)
-        GetGammaDelays(e, list);
+        GetGammaDelaysBelow(e, list);
+}
+
+void GetGammaDelays(cn const& node, NV& list) {
+    GetGammaDelaysBelow(std::const_pointer_cast<CNode>(node), list);
 }
 
 // Step 1 of Phase 1: the flat name lists out of the tree.
@@ -495,13 +499,13 @@ void CGenCode::GenOrbxDLL(char const* modelFileName, char const* headerPath, cha
     CheckObservationErrors();
     std::string id = get_model_id(modelFileName);
     long runTime = long(uint32_t(time(nullptr)));
-    fp = fopen(headerPath, "wb");
+    fp = OpenOutputFile(headerPath, "wb");
     if (!fp) CannotCreate(headerPath);
     GenModelH(id.c_str(), runTime);
-    fclose(fp);
-    fp = fopen(sourcePath, "wb");
+    CloseOutputFile(fp);
+    fp = OpenOutputFile(sourcePath, "wb");
     if (!fp) CannotCreate(sourcePath);
     GenModelCpp(includes);
-    fclose(fp);
+    CloseOutputFile(fp);
     fp = nullptr;
 }

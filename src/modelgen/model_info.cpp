@@ -64,8 +64,8 @@ static void GetLLs(cn const& node, SV& names, SV& types) {
         types.push_back(node->child2 ? node->child2->name : String());
         return;
     }
-    for (N const& c : {node->child1, node->child2, node->child3, node->child4})
-        GetLLs(c, names, types);
+    for (N const* c : {&node->child1, &node->child2, &node->child3, &node->child4})
+        GetLLs(*c, names, types);
     for (N const& e : node->list)
         GetLLs(e, names, types);
 }
@@ -246,7 +246,7 @@ void ModelInfoGen::GenModelInfo(char const* path, int genTypes, NV& /*includes*/
     iGenTypes = genTypes;
     GenDllPhase1();
     CheckVcvfixef();
-    fp = fopen(path, "w");
+    fp = OpenOutputFile(path, "w");
     if (!fp) CannotCreate(path);
     GenCovariates(*this);
     print_info(fp, "initialdosevars", saInitialDose);
@@ -269,6 +269,6 @@ void ModelInfoGen::GenModelInfo(char const* path, int genTypes, NV& /*includes*/
     print_info(fp, "assigned", saAssigned);
     GenIntegrators(*this);
     GenClosedForms(*this);
-    fclose(fp);
+    CloseOutputFile(fp);
     fp = nullptr;
 }

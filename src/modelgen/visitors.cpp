@@ -8,8 +8,16 @@
 // The formats are literals of the generators; model text only ever comes in as an argument.
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 
+static bool IsPlainText(char const* fmt) {
+    return fmt[0] == '%' && fmt[1] == 's' && fmt[2] == 0;
+}
+
+// Most pieces are printed as they are ("%s"): they go out without a format to read.
 void FileGenVisitor::put_str(char const* text, char const* fmt) {
-    fprintf(fp, fmt, text);
+    if (IsPlainText(fmt))
+        fputs(text, fp);
+    else
+        fprintf(fp, fmt, text);
 }
 
 void FileGenVisitor::put_int(int value, char const* fmt) {
@@ -29,7 +37,10 @@ template <class T> static std::string Format(char const* fmt, T value) {
 }
 
 void StrGenVisitor::put_str(char const* text, char const* fmt) {
-    *target += Format(fmt, text).c_str();
+    if (IsPlainText(fmt))
+        *target += text;
+    else
+        *target += Format(fmt, text).c_str();
 }
 
 void StrGenVisitor::put_int(int value, char const* fmt) {

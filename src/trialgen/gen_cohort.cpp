@@ -1,20 +1,21 @@
 // The two files of the trial program: the layout of cohort.h and cohort.cpp, with the global
 // declarations that one header both declares and, in cohort.cpp, defines. The classes of the
 // models and procedures are written into this frame by their own generators.
+#include "driver/driver.h"
 #include "trialgen/cohort_templates.h"
 #include "trialgen/trialgen.h"
 
 bool CGenCode3::OpenFiles(char const* sourcePath, char const* headerPath) {
-    fpSource = fopen(sourcePath, "wb");
-    fpHeader = fpSource ? fopen(headerPath, "wb") : nullptr;
+    fpSource = OpenOutputFile(sourcePath, "wb");
+    fpHeader = fpSource ? OpenOutputFile(headerPath, "wb") : nullptr;
     if (fpHeader) return true;
     CloseFiles();
     return false;
 }
 
 void CGenCode3::CloseFiles() {
-    if (fpSource) fclose(fpSource);
-    if (fpHeader) fclose(fpHeader);
+    if (fpSource) CloseOutputFile(fpSource);
+    if (fpHeader) CloseOutputFile(fpHeader);
     fpSource = fpHeader = nullptr;
 }
 

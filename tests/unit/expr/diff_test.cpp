@@ -175,7 +175,7 @@ double Slope(cn const& t, Evaluator at) {
 // differences find at random points.
 TEST_F(VaroTest, DiffMatchesCentralDifferences) {
     DiffTreeGen gen(20240612);
-    int trees = 0, compared = 0;
+    int trees = 0, compared = 0, plain = 0;
     for (; trees < 2500; trees++) {
         N t = gen.Gen(4, true, true);
         SCOPED_TRACE(Text(t));
@@ -184,6 +184,11 @@ TEST_F(VaroTest, DiffMatchesCentralDifferences) {
         EXPECT_FALSE(ShareNodes(t, d));
         int iFail = 0;
         N s = d->Simp(iFail);
+        if (IsPlainlyDifferentiable(t.get())) { // the quick answer of the dual decision
+            plain++;
+            EXPECT_FALSE(d->SimpCanFail());
+            EXPECT_FALSE(t->Diff("y")->SimpCanFail());
+        }
         bool seen = false;
         for (int k = 0; k < 3; k++) {
             Evaluator at;
@@ -204,4 +209,9 @@ TEST_F(VaroTest, DiffMatchesCentralDifferences) {
         compared += seen;
     }
     EXPECT_GE(compared, 2000) << "of " << trees << " trees";
+    EXPECT_GT(plain, 100);
+    N x = Var("x"), y = Var("y");
+    for (N const& t : {Div(x, y), Pow(x, Num(2)), Call("log", {x}), Call("sqrt", {x}),
+                       Call("exp", {x, y}), Call("abs", {x})})
+        EXPECT_FALSE(IsPlainlyDifferentiable(t.get())) << Text(t);
 }
