@@ -12,14 +12,15 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 extern std::set<std::string> force_dual;
 extern std::set<std::string> force_real;
-extern std::set<std::string> dual_vars;
-extern std::set<std::string> dual_vars_fixef;
-extern std::set<std::string> dual_vars_ranxef;
-extern std::set<std::string> cfs;
+extern std::unordered_set<std::string> dual_vars;
+extern std::unordered_set<std::string> dual_vars_fixef;
+extern std::unordered_set<std::string> dual_vars_ranxef;
+extern std::unordered_set<std::string> cfs;
 // Macros the generated text defines for model variables, in the order of defining.
 extern std::vector<std::string> macros;
 extern bool nothing_is_cfm;

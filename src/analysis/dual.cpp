@@ -5,10 +5,10 @@
 
 std::set<std::string> force_dual;
 std::set<std::string> force_real;
-std::set<std::string> dual_vars;
-std::set<std::string> dual_vars_fixef;
-std::set<std::string> dual_vars_ranxef;
-std::set<std::string> cfs;
+std::unordered_set<std::string> dual_vars;
+std::unordered_set<std::string> dual_vars_fixef;
+std::unordered_set<std::string> dual_vars_ranxef;
+std::unordered_set<std::string> cfs;
 std::vector<std::string> macros;
 
 // Set only while an expression is printed as a name, so closed-form names print plainly.

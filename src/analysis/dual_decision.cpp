@@ -264,7 +264,8 @@ void CGenCode::GradientProcessing1(NV const& rates, NV const& transits, NV const
 }
 
 // Adds each name of 'lists', joined in order, that the text does not force real.
-static void AddUnlessReal(std::set<std::string>& set, std::initializer_list<SV const*> lists) {
+static void AddUnlessReal(std::unordered_set<std::string>& set,
+                          std::initializer_list<SV const*> lists) {
     for (SV const* list : lists)
         for (String const& n : *list)
             if (!IsIn(force_real, n)) set.insert(std::string(n));

@@ -4,10 +4,13 @@
 
 #include "parser/parser.h"
 
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <string>
 #include <strings.h>
+#include <unordered_set>
 
 char const* sErr = nullptr;
 bool bFatalError = false;
@@ -129,9 +132,30 @@ bool WarnOfPossibleMisspelling1(char const* word, char const* known) {
     return true;
 }
 
+static std::string LowerCase(char const* word) {
+    std::string lower(word);
+    for (char& c : lower)
+        c = char(tolower((unsigned char)c));
+    return lower;
+}
+
+// Whether some statement word or function name equals 'word' but for case: most names don't,
+// and a set of the known words in lower case tells so at once.
+static bool MaySpellAKnownWord(char const* word) {
+    static std::unordered_set<std::string> const lower = [] {
+        std::unordered_set<std::string> set;
+        for (char const* const* list : {saKnownStatement, saKnownFunction})
+            for (char const* const* k = list; *k; k++)
+                set.insert(LowerCase(*k));
+        return set;
+    }();
+    return lower.count(LowerCase(word)) > 0;
+}
+
 // The first entry of the statement words, then of the function names, that differs from
 // 'word' only in case gets one warning.
 void WarnOfPossibleMisspelling(char const* word) {
+    if (!MaySpellAKnownWord(word)) return;
     for (char const* const* k = saKnownStatement; *k; k++)
         if (WarnOfPossibleMisspelling1(word, *k)) return;
     for (char const* const* k = saKnownFunction; *k; k++)

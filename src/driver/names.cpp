@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 
@@ -78,10 +79,15 @@ void EliminateDuplicates(SV& list, std::vector<unsigned short>& a, std::vector<u
     EliminateDuplicatesImpl(list, &a, &b);
 }
 
+// Asked for every name of a chain and every declared name: the words go into a set once.
 bool is_reserved(char const* name) {
-    for (char const* const* w = saCReserved; *w; w++)
-        if (strcmp(*w, name) == 0) return true;
-    return false;
+    static std::unordered_set<std::string_view> const words = [] {
+        std::unordered_set<std::string_view> set;
+        for (char const* const* w = saCReserved; *w; w++)
+            set.insert(*w);
+        return set;
+    }();
+    return words.count(name) > 0;
 }
 
 bool is_var_dual(char const* name) {

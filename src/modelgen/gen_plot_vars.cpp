@@ -14,26 +14,25 @@ static char const* const covariateFlags =
     "_TYP_CONTIN | _SWEEP_AVAIL | _POINT_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS";
 static char const* const assignedFlags = "_SWEEP_AVAIL | _CAN_OVERLAY | _CAN_TRELLIS";
 
-// The rows of the plot table: predicted name, observed name, flags.
+// The rows of the plot table: predicted name, observed name, flags; each predicted name once.
 struct PlotRows {
     SV pred, obs, flags;
+    std::unordered_set<std::string> held; // the predicted names
 
     void Add(char const* p, char const* o, char const* f) {
         pred.push_back(p);
         obs.push_back(o);
         flags.push_back(f);
+        held.insert(p);
     }
 
-    bool Has(char const* name) const { return MemberOf(name, pred) >= 0; }
+    bool Has(char const* name) const { return held.count(name) > 0; }
 };
 
-static void add_plots(cn const& body, CNodeType kind, String const& flags, SV& plotPred,
-                      SV& plotObs, SV& plotFlags) {
+static void add_plots(cn const& body, CNodeType kind, String const& flags, PlotRows& rows) {
     for (N const& s : GetTopStatements(body)) {
-        if (!s || s->type != kind || MemberOf(s->name, plotPred) >= 0) continue;
-        plotPred.push_back(s->name);
-        plotObs.push_back(s->name);
-        plotFlags.push_back(flags);
+        if (!s || s->type != kind || rows.Has(s->name)) continue;
+        rows.Add(s->name, s->name, flags);
     }
 }
 
@@ -54,9 +53,9 @@ static PlotRows GetPlotRows(CGenCode const& g) {
     PlotRows rows;
     for (N const& s : GetTopStatements(g.pBody))
         if (s && s->type == CN_OBSERVE && s->child2) AddObservationRows(g, s, rows);
-    add_plots(g.pBody, CN_EVENT, eventFlags, rows.pred, rows.obs, rows.flags);
-    add_plots(g.pBody, CN_MULTI, multiFlags, rows.pred, rows.obs, rows.flags);
-    add_plots(g.pBody, CN_COUNT, countFlags, rows.pred, rows.obs, rows.flags);
+    add_plots(g.pBody, CN_EVENT, eventFlags, rows);
+    add_plots(g.pBody, CN_MULTI, multiFlags, rows);
+    add_plots(g.pBody, CN_COUNT, countFlags, rows);
     for (String const& c : g.saCovariates)
         if (!rows.Has(c)) rows.Add(c, "", covariateFlags);
     for (String const& a : g.saAssigned)

@@ -288,6 +288,7 @@ static std::unordered_map<std::string, N> FirstStparmRhs(cn const& body) {
 // Step 8: a structural parameter written `V = V` beside a fixed effect V is a plain copy of it.
 void CGenCode::DetectStparmsDuplicatingFixefs() {
     naStparmDuplicatesFixef.clear();
+    stparmCopiesOfFixef.clear();
     std::unordered_map<std::string, N> const first = FirstStparmRhs(pBody);
     std::unordered_set<std::string> fixefs;
     for (String const& f : saFixef)
@@ -298,17 +299,12 @@ void CGenCode::DetectStparmsDuplicatingFixefs() {
         bool copy =
             rhs && rhs->type == CN_VAR && rhs->name == name && fixefs.count(std::string(name));
         naStparmDuplicatesFixef.push_back(copy ? 1 : 0);
+        if (copy) stparmCopiesOfFixef.insert(std::string(name));
     }
 }
 
-// Most models have no such copy, which a look at the flags tells without comparing names.
 bool CGenCode::IsStparmCopyOfFixef(char const* name) const {
-    auto const& flags = naStparmDuplicatesFixef;
-    if (std::all_of(flags.begin(), flags.end(), [](unsigned short f) { return f == 0; }))
-        return false;
-    int i = MemberOf(name, saStruct);
-    return i >= 0 && size_t(i) < naStparmDuplicatesFixef.size() &&
-           naStparmDuplicatesFixef[size_t(i)] != 0;
+    return !stparmCopiesOfFixef.empty() && stparmCopiesOfFixef.count(name) > 0;
 }
 
 // All analysis, before any output file is opened.

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 typedef std::vector<unsigned short> NaList;
@@ -257,6 +258,7 @@ class CGenCode {
     SV saDosepoints2;
     SV saGroup, saStruct;
     NaList naStparmDuplicatesFixef;
+    std::unordered_set<std::string> stparmCopiesOfFixef; // the names flagged there
     SV saSecondary;
     SV saObserved;
     NaList naObservedFlags;
