@@ -279,12 +279,14 @@ bool CNode::equal_impl(CNode const* other) const {
     return true;
 }
 
-static void AssertValidIfPresent(N const& n) {
+[[maybe_unused]] static void AssertValidIfPresent(N const& n) {
     if (n) n->AssertValid();
 }
 
 // Touches every node of the tree, so that a damaged tree fails here and not in a generator.
+// Without assertions there is nothing to check, and the walk is left out.
 void CNode::AssertValid() const {
+#ifndef NDEBUG
     assert(type >= 0 && type < CN_KIND_COUNT);
     AssertValidIfPresent(child1);
     AssertValidIfPresent(child2);
@@ -292,6 +294,7 @@ void CNode::AssertValid() const {
     AssertValidIfPresent(child4);
     for (N const& n : list)
         AssertValidIfPresent(n);
+#endif
 }
 
 // Through child1 to child3 and the list; a node that hangs only under child4 keeps its value.

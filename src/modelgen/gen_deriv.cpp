@@ -136,9 +136,7 @@ void CGenCode::GenDeriv(int nOde) {
     fprintf(fp, "\t#else\n");
     fprintf(fp, "\t\teval_assign(zzY);\n");
     fprintf(fp, "\t#endif\n\n");
-    NV delays;
-    GetGammaDelays(pBody, delays);
-    for (N const& d : delays)
+    for (N const& d : paGammaDelays)
         GenerateGammaDeriv(fp, d);
     GenRateStatements(fp, stmts);
     for (N const& s : stmts)

@@ -33,8 +33,7 @@ bool CovariateIsStripDose(char const* name) {
 // int GetGammaDelayDECount() ...
 static void GenGammaDelayCounts(CGenCode const& g) {
     FILE* fp = g.fp;
-    NV delays;
-    GetGammaDelays(g.pBody, delays);
+    NV const& delays = g.paGammaDelays;
     fprintf(fp, "static int GetGammaDelayDECnt(int i_)\n{\n");
     int total = 0;
     if (!delays.empty()) {

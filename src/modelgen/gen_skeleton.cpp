@@ -325,6 +325,8 @@ void CGenCode::GenDllPhase1() {
     DecideGaussianFit();
     DecideLogTransform();
     CheckPowersOfTime();
+    paGammaDelays.clear();
+    GetGammaDelays(pBody, paGammaDelays);
 }
 
 int CountTransitSlots(cn const& body) {
@@ -400,10 +402,8 @@ void CGenCode::GenEngineIncludes() {
                 "\"mutil/action_data.h\"\n\n");
     if (bTimeBased && nDelayCount > 0) fprintf(fp, "#include \"mutil/delay.h\"\n\n");
     if (bTimeBased && nPeakCount > 0) fprintf(fp, "#include \"mutil/peak.h\"\n\n");
-    NV gammaDelays;
-    GetGammaDelays(pBody, gammaDelays);
     int extraStates = 0;
-    for (N const& g : gammaDelays)
+    for (N const& g : paGammaDelays)
         if (g->list.size() > 2 && g->list[2]) extraStates += int(g->list[2]->value);
     fprintf(fp, "static const int N_ODE = NINTEG_ALL + 1 + %d;\n", extraStates);
 }

@@ -237,6 +237,7 @@ class CGenCode {
     int32_t iGenTypes = 0;
     int32_t nDelayCount = 0;
     NV paDelayNodes, paDelayHist;
+    NV paGammaDelays; // the gammaDelay calls of the body, found once by the analysis
     NV paPeakNodes;
     int32_t nPeakCount = 0;
     SV saUniqueVars;
