@@ -1,7 +1,8 @@
-// Where nodes live: every `CNode` with its reference count comes from free lists of blocks of
-// one size, carved from large chunks. A translation makes and drops millions of small trees
-// (derivatives, expansions, simplified copies); the general heap spends most of its time on
-// those. Sanitizer builds take each node from the heap, so that use after free stays visible.
+// Where nodes and texts live: every `CNode` with its reference count, and every `String` array,
+// comes from free lists of blocks of one size, carved from large chunks. A translation makes
+// and drops millions of small trees (derivatives, expansions, simplified copies); the general
+// heap spends most of its time on those. Sanitizer builds take each block from the heap, so
+// that use after free stays visible.
 #pragma once
 
 #include <cstddef>

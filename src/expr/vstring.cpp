@@ -1,9 +1,10 @@
-// String: a text in a heap array with a count of its holders in front. A copy shares the
+// String: a text in a pooled array with a count of its holders in front. A copy shares the
 // array; a change makes a new one, so a shared array is never written. A character handed out
 // for writing pins its array to its one holder for good. The empty text, which most nodes
 // carry, is one static array that is never counted, freed nor written (a write of its
 // terminator, the only one in bounds, goes to a private array).
 #include "expr/vstring.h"
+#include "expr/node_pool.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,24 +16,27 @@ namespace {
 
 struct Rep {
     size_t holders;
+    size_t bytes; // of the whole allocation, for the pool
     char text[1];
 };
 
 constexpr size_t kPinned = SIZE_MAX; // one holder that may write, never shared
 
-Rep emptyRep = {0, {0}};
+Rep emptyRep = {0, 0, {0}};
 char* const emptyText = emptyRep.text;
 
 Rep* RepOf(char* s) {
     return reinterpret_cast<Rep*>(s - offsetof(Rep, text));
 }
 
-// A fresh array of 'len' characters and a terminator, all 0, with one holder.
+// A fresh array of 'len' characters and a terminator, all 0, with one holder. Texts share the
+// pool of the tree nodes: most are names of a few characters.
 char* NewText(size_t len) {
-    void* raw = calloc(1, offsetof(Rep, text) + len + 1);
-    if (!raw) throw std::bad_alloc();
-    Rep* r = static_cast<Rep*>(raw);
+    size_t const bytes = offsetof(Rep, text) + len + 1;
+    Rep* r = static_cast<Rep*>(PoolAllocate(bytes));
+    memset(r, 0, bytes);
     r->holders = 1;
+    r->bytes = bytes;
     return r->text;
 }
 
@@ -55,7 +59,7 @@ char* Share(char* s) {
 void Release(char* s) {
     if (s == emptyText) return;
     Rep* r = RepOf(s);
-    if (r->holders == kPinned || --r->holders == 0) free(r);
+    if (r->holders == kPinned || --r->holders == 0) PoolFree(r, r->bytes);
 }
 
 char* Joined(char const* a, char const* b) {
