@@ -180,20 +180,28 @@ static bool HasOnlyOperands(CNode const& n, bool binary) {
 
 // Sums, differences, products, negations, exp of one argument, names and numbers: `Diff1`
 // forms their derivative by any name without a failure, of the same kinds, products and sums.
-bool IsPlainlyDifferentiable(CNode const* n) {
+// This looks at the node alone: its kind and which operands it has.
+bool IsPlainNode(CNode const* n) {
     if (!n) return false;
     switch (n->type) {
         case CN_VAR:
         case CN_NUM: return !n->child1 && HasOnlyOperands(*n, false);
         case CN_ADD:
         case CN_SUB:
-        case CN_MUL:
-            return HasOnlyOperands(*n, true) && IsPlainlyDifferentiable(n->child1.get()) &&
-                   IsPlainlyDifferentiable(n->child2.get());
-        case CN_NEG: return HasOnlyOperands(*n, false) && IsPlainlyDifferentiable(n->child1.get());
+        case CN_MUL: return n->child1 && n->child2 && HasOnlyOperands(*n, true);
+        case CN_NEG: return n->child1 && HasOnlyOperands(*n, false);
         case CN_CALL:
-            return n->name == "exp" && n->list.size() == 1 && !n->child1 && !n->child2 &&
-                   !n->child3 && !n->child4 && IsPlainlyDifferentiable(n->list[0].get());
+            return n->name == "exp" && n->list.size() == 1 && n->list[0] && !n->child1 &&
+                   !n->child2 && !n->child3 && !n->child4;
         default: return false;
     }
+}
+
+bool IsPlainlyDifferentiable(CNode const* n) {
+    if (!IsPlainNode(n)) return false;
+    for (N const* c : {&n->child1, &n->child2, &n->child3, &n->child4})
+        if (*c && !IsPlainlyDifferentiable(c->get())) return false;
+    for (N const& e : n->list)
+        if (!IsPlainlyDifferentiable(e.get())) return false;
+    return true;
 }

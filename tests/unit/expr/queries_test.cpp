@@ -2,6 +2,7 @@
 // the constant test, substitution with its assignment-target rule, the temporaries of
 // ElimSubexpr, the controlled draws, and the inlining of assignments by FullyExpand.
 #include "expr/expr.h"
+#include "tree_eval.h"
 #include "tree_text.h"
 #include "varo5_test.h"
 
@@ -335,4 +336,70 @@ TEST_F(VaroTest, FilterNodesKeepsOrderAndSharesEntries) {
     EXPECT_EQ(stmts[0].get(), assigns[0].get());
     EXPECT_EQ(stmts[2].get(), assigns[1].get());
     EXPECT_TRUE(filter_nodes(stmts, CN_OBSERVE).empty());
+}
+
+namespace {
+
+// The names of the variables of a tree, sorted, each once.
+void VarNames(cn const& n, std::set<std::string>& out) {
+    if (!n) return;
+    if (n->type == CN_VAR) out.insert(std::string(n->name));
+    for (N const* c : {&n->child1, &n->child2, &n->child3, &n->child4})
+        VarNames(*c, out);
+    for (N const& e : n->list)
+        VarNames(e, out);
+}
+
+// Small trees over the names n0..n7 and x, y: sums, products, exp, and now and then a
+// quotient or a log, which are not plain.
+N SummaryTree(RandomPicks& r, int depth) {
+    static char const* const names[] = {"n0", "n1", "n2", "n3", "n4", "n5", "n6", "n7", "x", "y"};
+    if (depth == 0 || r.Pick(4) == 0) return r.Pick(5) ? Var(names[r.Pick(10)]) : Num(2);
+    switch (r.Pick(8)) {
+        case 0: return Div(SummaryTree(r, depth - 1), SummaryTree(r, depth - 1));
+        case 1: return Call("log", {SummaryTree(r, depth - 1)});
+        case 2: return Call("exp", {SummaryTree(r, depth - 1)});
+        case 3: return Neg(SummaryTree(r, depth - 1));
+        case 4: return Sub(SummaryTree(r, depth - 1), SummaryTree(r, depth - 1));
+        case 5: return Mul(SummaryTree(r, depth - 1), SummaryTree(r, depth - 1));
+        default: return Add(SummaryTree(r, depth - 1), SummaryTree(r, depth - 1));
+    }
+}
+
+} // namespace
+
+// Where the summaries answer, they tell the names and the plainness of the full expansion, for
+// random assignment lists in any order, cycles and names assigned twice among them.
+TEST_F(VaroTest, ExpansionSummariesAgreeWithFullyExpand) {
+    recursiveDeps.clear();
+    RandomPicks r(20261124);
+    int answered = 0, refused = 0, plain = 0;
+    for (int list = 0; list < 300; list++) {
+        SV names;
+        NV exprs;
+        for (int i = 0, n = 1 + r.Pick(7); i < n; i++) {
+            names.push_back(("n" + std::to_string(r.Pick(8))).c_str());
+            exprs.push_back(SummaryTree(r, 2));
+        }
+        ExpansionSummaries summaries(names, exprs);
+        for (int k = 0; k < 5; k++) {
+            N e = SummaryTree(r, 3);
+            std::vector<std::string> held;
+            bool isPlain = false;
+            if (!summaries.Summarize(e.get(), held, isPlain)) {
+                refused++;
+                continue;
+            }
+            answered++;
+            N full = FullyExpand(e, names, exprs);
+            std::set<std::string> expect;
+            VarNames(full, expect);
+            EXPECT_EQ(std::vector<std::string>(expect.begin(), expect.end()), held) << Text(e);
+            EXPECT_EQ(IsPlainlyDifferentiable(full.get()), isPlain) << Text(e);
+            plain += isPlain;
+        }
+    }
+    EXPECT_GT(answered, 300);
+    EXPECT_GT(refused, 50);
+    EXPECT_GT(plain, 50);
 }
