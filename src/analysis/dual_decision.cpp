@@ -258,14 +258,17 @@ void CGenCode::GradientProcessing1(NV const& rates, NV const& transits, NV const
         return is_ranef_dual(name, e.doses, int(e.doses.size()), e.sequences, e.closedForms,
                              e.delays, rateTests);
     };
-    std::set<std::string> const usedSet(used.begin(), used.end());
+    std::unordered_set<std::string> usedSet;
+    for (String const& u : used)
+        usedSet.insert(std::string(u));
     throw_diff_exception = false;
     for (String const& r : saRanef5)
         if (dual(r)) dualRanef5.push_back(r);
     if (!getenv("QMIX_NO_DUAL_THETA")) {
         // A fixed effect that nothing uses is frozen right after this analysis.
         for (size_t i = 0; i < saFixef.size(); i++)
-            if (dual(saFixef[i]) && !IsFrozen(naFixefFrozen, i) && IsIn(usedSet, saFixef[i]))
+            if (dual(saFixef[i]) && !IsFrozen(naFixefFrozen, i) &&
+                usedSet.count(std::string(saFixef[i])))
                 dualFixef.push_back(saFixef[i]);
         for (size_t i = 0; i < saError.size(); i++)
             if (dual(saError[i]) && !IsFrozen(naErrorFrozen, i)) dualError.push_back(saError[i]);

@@ -10,7 +10,8 @@
 #include <fstream>
 #include <string>
 #include <strings.h>
-#include <unordered_set>
+#include <unordered_map>
+#include <vector>
 
 char const* sErr = nullptr;
 bool bFatalError = false;
@@ -139,25 +140,24 @@ static std::string LowerCase(char const* word) {
     return lower;
 }
 
-// Whether some statement word or function name equals 'word' but for case: most names don't,
-// and a set of the known words in lower case tells so at once.
-static bool MaySpellAKnownWord(char const* word) {
-    static std::unordered_set<std::string> const lower = [] {
-        std::unordered_set<std::string> set;
+// The statement words, then the function names, that equal 'word' but for case, in that order:
+// most names have none, and a map by the words in lower case finds them at once.
+static std::vector<char const*> const& KnownWordsLike(char const* word) {
+    static std::unordered_map<std::string, std::vector<char const*>> const byLower = [] {
+        std::unordered_map<std::string, std::vector<char const*>> map;
         for (char const* const* list : {saKnownStatement, saKnownFunction})
             for (char const* const* k = list; *k; k++)
-                set.insert(LowerCase(*k));
-        return set;
+                map[LowerCase(*k)].push_back(*k);
+        return map;
     }();
-    return lower.count(LowerCase(word)) > 0;
+    static std::vector<char const*> const none;
+    auto at = byLower.find(LowerCase(word));
+    return at == byLower.end() ? none : at->second;
 }
 
 // The first entry of the statement words, then of the function names, that differs from
 // 'word' only in case gets one warning.
 void WarnOfPossibleMisspelling(char const* word) {
-    if (!MaySpellAKnownWord(word)) return;
-    for (char const* const* k = saKnownStatement; *k; k++)
-        if (WarnOfPossibleMisspelling1(word, *k)) return;
-    for (char const* const* k = saKnownFunction; *k; k++)
-        if (WarnOfPossibleMisspelling1(word, *k)) return;
+    for (char const* known : KnownWordsLike(word))
+        if (WarnOfPossibleMisspelling1(word, known)) return;
 }
