@@ -40,10 +40,15 @@ SV CGenCode::GetIntegratorList() const {
 }
 
 // The statements at the top of the body: its list when it is a block, else itself.
-NV GetTopStatements(cn const& body) {
-    if (!body) return NV();
-    if (body->type == CN_BLOCK) return body->list;
-    return NV{std::const_pointer_cast<CNode>(body)};
+TopStatements::TopStatements(cn const& body) {
+    if (body && body->type == CN_BLOCK)
+        list = &body->list;
+    else if (body)
+        one.push_back(std::const_pointer_cast<CNode>(body));
+}
+
+TopStatements GetTopStatements(cn const& body) {
+    return TopStatements(body);
 }
 
 int CountTopStatements(cn const& body, CNodeType kind) {

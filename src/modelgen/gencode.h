@@ -37,8 +37,31 @@ struct ObsTimeArgs {
 
 // Records a macro that the generated text defines for a model variable.
 void AddMacro(char const* name);
-// The statements at the top of a model body: its list when it is a block, else itself.
-NV GetTopStatements(cn const& body);
+
+// The statements at the top of a model body: its list when it is a block, else itself. A loop
+// reads the block's own list, which must stay as it is meanwhile; a copy is an `NV`.
+class TopStatements {
+  public:
+    explicit TopStatements(cn const& body);
+
+    N const* begin() const { return list ? list->data() : one.data(); }
+
+    N const* end() const { return begin() + size(); }
+
+    size_t size() const { return list ? list->size() : one.size(); }
+
+    bool empty() const { return size() == 0; }
+
+    N const& operator[](size_t i) const { return begin()[i]; }
+
+    operator NV() const { return NV(begin(), end()); }
+
+  private:
+    NV const* list = nullptr; // the block's statements
+    NV one;                   // or the body alone, when it is no block
+};
+
+TopStatements GetTopStatements(cn const& body);
 // The integrator slots of the transit statements (NTRANSIT): each takes its max + 2.
 int CountTransitSlots(cn const& body);
 // How many statements of 'kind' stand at the top of the body.
