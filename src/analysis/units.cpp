@@ -55,9 +55,9 @@ static void AssignUnits(N const& stmt, UnitPass& p) {
     N lhs = stmt->child1, rhs = stmt->child2;
     if (lhs->type == CN_VAR) TakeFromTable(lhs, lhs->name, p);
     if (lhs->units && !rhs->units)
-        Give(rhs, lhs->units->Copy(), p);
+        Give(rhs, lhs->units, p);
     else if (rhs->units && !lhs->units)
-        Give(lhs, rhs->units->Copy(), p);
+        Give(lhs, rhs->units, p);
     Propagate(lhs, p);
     Propagate(rhs, p);
 }
@@ -68,9 +68,9 @@ static void IntegratorUnits(N const& stmt, N const& time, UnitPass& p) {
     N t = time ? time->Copy() : MakeNode(CN_UNIT_TIME);
     TakeFromTable(lhs, lhs->name, p);
     if (lhs->units && !rhs->units)
-        Give(rhs, NewNode(CN_UNIT_DIV, lhs->units->Copy(), t), p);
+        Give(rhs, NewNode(CN_UNIT_DIV, lhs->units, t), p);
     else if (rhs->units && !lhs->units)
-        Give(lhs, NewNode(CN_UNIT_MUL, rhs->units->Copy(), t), p);
+        Give(lhs, NewNode(CN_UNIT_MUL, rhs->units, t), p);
     Propagate(lhs, p);
     Propagate(rhs, p);
 }
@@ -78,8 +78,7 @@ static void IntegratorUnits(N const& stmt, N const& time, UnitPass& p) {
 // A rate of a closed form is per time unit.
 static void RateUnits(N const& rate, UnitPass& p) {
     if (!rate) return;
-    if (!rate->units)
-        Give(rate, NewNode(CN_UNIT_DIV, NewNum(1), MakeNode(CN_UNIT_TIME)), p);
+    if (!rate->units) Give(rate, NewNode(CN_UNIT_DIV, NewNum(1), MakeNode(CN_UNIT_TIME)), p);
     Propagate(rate, p);
 }
 
@@ -120,7 +119,7 @@ static void ErrorUnits(N const& stmt, NV const& stmts, UnitPass& p) {
         if (!entry->child1) continue;
         for (N const& var : entry->child1->list) {
             N owner = FindErrorOwner(stmts, var->name);
-            if (!var->units && owner && owner->units) Give(var, owner->units->Copy(), p);
+            if (!var->units && owner && owner->units) Give(var, owner->units, p);
         }
     }
 }
@@ -129,7 +128,7 @@ static void ErrorUnits(N const& stmt, NV const& stmts, UnitPass& p) {
 static void ObserveUnits(N const& stmt, UnitPass& p) {
     TakeOrMakeBaseUnit(stmt, stmt->name, p);
     if (!stmt->child2) return;
-    if (!stmt->child2->units) Give(stmt->child2, stmt->units->Copy(), p);
+    if (!stmt->child2->units) Give(stmt->child2, stmt->units, p);
     Propagate(stmt->child2, p);
 }
 
@@ -289,10 +288,10 @@ struct UnitReaders {
 
 // Notes the names under 'n' as read by statement 'at', and whether a node of another statement
 // turns up. 'owner' tells for each node met which statement it was met in.
-static void NoteReads(cn const& n, size_t at, char const* context, UnitReaders& r,
+static void NoteReads(CNode const* n, size_t at, char const* context, UnitReaders& r,
                       std::unordered_map<CNode const*, size_t>& owner) {
     if (!n) return;
-    auto met = owner.emplace(n.get(), at);
+    auto met = owner.emplace(n, at);
     if (!met.second) {
         if (met.first->second != at) r.shared = true;
         return;
@@ -302,16 +301,16 @@ static void NoteReads(cn const& n, size_t at, char const* context, UnitReaders& 
         if (readers.empty() || readers.back() != at) readers.push_back(at);
     }
     for (N const* c : {&n->child1, &n->child2, &n->child3, &n->child4})
-        NoteReads(*c, at, context, r, owner);
+        NoteReads(c->get(), at, context, r, owner);
     for (N const& e : n->list)
-        NoteReads(e, at, context, r, owner);
+        NoteReads(e.get(), at, context, r, owner);
 }
 
 static UnitReaders GetUnitReaders(NV const& stmts, char const* context) {
     UnitReaders r;
     std::unordered_map<CNode const*, size_t> owner;
     for (size_t i = 0; i < stmts.size(); i++) {
-        NoteReads(stmts[i], i, context, r, owner);
+        NoteReads(stmts[i].get(), i, context, r, owner);
         if (stmts[i]->type == CN_ERROR) r.errors.push_back(i);
     }
     return r;

@@ -21,8 +21,9 @@ char const* const saCReserved[] = {
 // "context$name", or the bare name for an empty context. The result lives until the next
 // call; it is kept in a growing string rather than a fixed buffer, so no name is cut.
 char const* NameWithContext(char const* context, char const* name) {
+    if (!context || !*context) return name; // the name as it is, without a copy
     static std::string tempbuf;
-    tempbuf = (context && *context) ? std::string(context) + "$" + name : std::string(name);
+    tempbuf = std::string(context) + "$" + name;
     return tempbuf.c_str();
 }
 

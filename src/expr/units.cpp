@@ -175,8 +175,10 @@ struct UnitTable {
     int& iChanged;
 };
 
-static N CopyUnits(cn const& n) {
-    return n->units->Copy();
+// The units of 'n' to build on. A unit expression on a node is never changed in place (only
+// copies are simplified), so nodes share it instead of copying it.
+static N UnitsOf(cn const& n) {
+    return n->units;
 }
 
 // Gives 'n' the units 'u', a variable through SetUnits. A number may already hold units
@@ -215,16 +217,16 @@ static N FirstArgument(CNode const& call) {
 // x + 1 with x in mg: the number takes mg, and so does the sum.
 static void SumFromChildren(CNode& n, UnitTable& t) {
     N a = n.child1, b = n.child2;
-    if (!IsKnownInSum(a) && IsKnownInSum(b)) GiveUnits(a, CopyUnits(b), t);
-    if (!IsKnownInSum(b) && IsKnownInSum(a)) GiveUnits(b, CopyUnits(a), t);
-    if (a->units && b->units && (IsKnownInSum(a) || IsKnownInSum(b))) n.units = CopyUnits(a);
+    if (!IsKnownInSum(a) && IsKnownInSum(b)) GiveUnits(a, UnitsOf(b), t);
+    if (!IsKnownInSum(b) && IsKnownInSum(a)) GiveUnits(b, UnitsOf(a), t);
+    if (a->units && b->units && (IsKnownInSum(a) || IsKnownInSum(b))) n.units = UnitsOf(a);
 }
 
 // A number operand always holds its own value as units by now, so a product or quotient
 // waits for both operands.
 static void ProductFromChildren(CNode& n, CNodeType unitType) {
     if (n.child1->units && n.child2->units)
-        n.units = NewNode(unitType, CopyUnits(n.child1), CopyUnits(n.child2));
+        n.units = NewNode(unitType, UnitsOf(n.child1), UnitsOf(n.child2));
 }
 
 // exp(x) has the units exp(u) of x, log(x) and ln(x) the units log(u).
@@ -232,9 +234,9 @@ static void CallFromArgument(CNode& n) {
     N arg = FirstArgument(n);
     if (!arg || !arg->units) return;
     if (IsCallOf(n, "exp"))
-        n.units = NewNode(CN_UNIT_EXP, CopyUnits(arg));
+        n.units = NewNode(CN_UNIT_EXP, UnitsOf(arg));
     else if (IsLogCall(n))
-        n.units = NewNode(CN_UNIT_LOG, CopyUnits(arg));
+        n.units = NewNode(CN_UNIT_LOG, UnitsOf(arg));
 }
 
 static void VarFromTable(CNode& n, UnitTable& t) {
@@ -251,7 +253,7 @@ static void UnitsFromChildren(CNode& n, UnitTable& t) {
         case CN_MUL: ProductFromChildren(n, CN_UNIT_MUL); break;
         case CN_DIV: ProductFromChildren(n, CN_UNIT_DIV); break;
         case CN_NEG:
-            if (n.child1->units) n.units = CopyUnits(n.child1);
+            if (n.child1->units) n.units = UnitsOf(n.child1);
             break;
         case CN_CALL: CallFromArgument(n); break;
         default: break;
@@ -277,26 +279,26 @@ static void GiveIfNone(N const& n, N u, UnitTable& t) {
 // factor exp(...) is left alone and the other takes U.
 static void ProductToChildren(CNode& n, UnitTable& t) {
     N a = n.child1, b = n.child2, u = n.units;
-    if (a->units && !b->units) GiveUnits(b, NewNode(CN_UNIT_DIV, u->Copy(), CopyUnits(a)), t);
-    if (b->units && !a->units) GiveUnits(a, NewNode(CN_UNIT_DIV, u->Copy(), CopyUnits(b)), t);
+    if (a->units && !b->units) GiveUnits(b, NewNode(CN_UNIT_DIV, u, UnitsOf(a)), t);
+    if (b->units && !a->units) GiveUnits(a, NewNode(CN_UNIT_DIV, u, UnitsOf(b)), t);
     if (a->units || b->units) return;
     if (IsCallOf(*a, "exp"))
-        GiveUnits(b, u->Copy(), t);
+        GiveUnits(b, u, t);
     else if (IsCallOf(*b, "exp"))
-        GiveUnits(a, u->Copy(), t);
+        GiveUnits(a, u, t);
 }
 
 // a / b with units U: a known as K gives b K / U; b known as K gives a U * K; with neither
 // known, an exp(...) divisor leaves U to a, an exp(...) dividend leaves 1 / U to b.
 static void QuotientToChildren(CNode& n, UnitTable& t) {
     N a = n.child1, b = n.child2, u = n.units;
-    if (a->units && !b->units) GiveUnits(b, NewNode(CN_UNIT_DIV, CopyUnits(a), u->Copy()), t);
-    if (b->units && !a->units) GiveUnits(a, NewNode(CN_UNIT_MUL, u->Copy(), CopyUnits(b)), t);
+    if (a->units && !b->units) GiveUnits(b, NewNode(CN_UNIT_DIV, UnitsOf(a), u), t);
+    if (b->units && !a->units) GiveUnits(a, NewNode(CN_UNIT_MUL, u, UnitsOf(b)), t);
     if (a->units || b->units) return;
     if (IsCallOf(*b, "exp"))
-        GiveUnits(a, u->Copy(), t);
+        GiveUnits(a, u, t);
     else if (IsCallOf(*a, "exp"))
-        GiveUnits(b, NewNode(CN_UNIT_DIV, NewNum(1), u->Copy()), t);
+        GiveUnits(b, NewNode(CN_UNIT_DIV, NewNum(1), u), t);
 }
 
 // The argument of exp(x) in U has the units log(U); of log(x) and ln(x), exp(U).
@@ -304,9 +306,9 @@ static void CallToArgument(CNode& n, UnitTable& t) {
     N arg = FirstArgument(n);
     if (!arg) return;
     if (IsCallOf(n, "exp"))
-        GiveIfNone(arg, NewNode(CN_UNIT_LOG, n.units->Copy()), t);
+        GiveIfNone(arg, NewNode(CN_UNIT_LOG, n.units), t);
     else if (IsLogCall(n))
-        GiveIfNone(arg, NewNode(CN_UNIT_EXP, n.units->Copy()), t);
+        GiveIfNone(arg, NewNode(CN_UNIT_EXP, n.units), t);
 }
 
 // Units that flow down from a node that has them to operands that have none.
@@ -316,9 +318,9 @@ static void UnitsToChildren(CNode& n, UnitTable& t) {
         case CN_ADD:
         case CN_SUB:
             for (N const& c : {n.child1, n.child2})
-                if (!IsKnownInSum(c)) GiveUnits(c, n.units->Copy(), t);
+                if (!IsKnownInSum(c)) GiveUnits(c, n.units, t);
             break;
-        case CN_NEG: GiveIfNone(n.child1, n.units->Copy(), t); break;
+        case CN_NEG: GiveIfNone(n.child1, n.units, t); break;
         case CN_MUL: ProductToChildren(n, t); break;
         case CN_DIV: QuotientToChildren(n, t); break;
         case CN_CALL: CallToArgument(n, t); break;
@@ -336,8 +338,8 @@ void CNode::PropagateUnits(char const* context, SV& names, NV& table, int& iChan
         iChanged = 1;
         return;
     }
-    for (N const& c : {child1, child2})
-        if (c) c->PropagateUnits(context, names, table, iChanged);
+    for (N const* c : {&child1, &child2})
+        if (*c) (*c)->PropagateUnits(context, names, table, iChanged);
     for (N const& e : list)
         if (e) e->PropagateUnits(context, names, table, iChanged);
     UnitTable t{context, names, table, iChanged};
