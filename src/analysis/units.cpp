@@ -279,38 +279,30 @@ static void PropagateFixefUnits(FixefRule const& rule, SV const& fixefs, UnitPas
 // inputs changed since their last visit: the same visits that change something, in the same
 // order, with the same pass count and cap as visiting them all.
 
-// Which statements read what, for the passes to revisit only those.
+// Which statements read what, for the passes to revisit only those. The statements are private
+// copies, made apart, so no node stands in two of them.
 struct UnitReaders {
     std::unordered_map<std::string, std::vector<size_t>> byName; // the statements holding a name
     std::vector<size_t> errors; // error statements: they read the units of the observations
-    bool shared = false;        // a node in two statements: every pass visits them all
 };
 
-// Notes the names under 'n' as read by statement 'at', and whether a node of another statement
-// turns up. 'owner' tells for each node met which statement it was met in.
-static void NoteReads(CNode const* n, size_t at, char const* context, UnitReaders& r,
-                      std::unordered_map<CNode const*, size_t>& owner) {
+// Notes the names under 'n' as read by statement 'at'.
+static void NoteReads(CNode const* n, size_t at, char const* context, UnitReaders& r) {
     if (!n) return;
-    auto met = owner.emplace(n, at);
-    if (!met.second) {
-        if (met.first->second != at) r.shared = true;
-        return;
-    }
     if (n->name[0]) {
         std::vector<size_t>& readers = r.byName[NameWithContext(context, n->name)];
         if (readers.empty() || readers.back() != at) readers.push_back(at);
     }
     for (N const* c : {&n->child1, &n->child2, &n->child3, &n->child4})
-        NoteReads(c->get(), at, context, r, owner);
+        NoteReads(c->get(), at, context, r);
     for (N const& e : n->list)
-        NoteReads(e.get(), at, context, r, owner);
+        NoteReads(e.get(), at, context, r);
 }
 
 static UnitReaders GetUnitReaders(NV const& stmts, char const* context) {
     UnitReaders r;
-    std::unordered_map<CNode const*, size_t> owner;
     for (size_t i = 0; i < stmts.size(); i++) {
-        NoteReads(stmts[i].get(), i, context, r, owner);
+        NoteReads(stmts[i].get(), i, context, r);
         if (stmts[i]->type == CN_ERROR) r.errors.push_back(i);
     }
     return r;
@@ -383,7 +375,6 @@ void PropagateUnits(cn const& body, SV const& params, SV const& fixefs, char con
         PropagateFixefUnits(rule, fixefs, p, looked);
         if (!iChanged) return;
         RevisitReaders(names, from, SIZE_MAX, readers, w);
-        if (readers.shared) VisitAll(stmts.size(), w.next);
         w.now.swap(w.next);
         w.next.clear();
     }
