@@ -31,7 +31,7 @@ static int DelayArgumentOf(char const* fn) {
     return -1;
 }
 
-void get_delays(cn const& node, NV& list) {
+static void GetDelaysBelow(CNode const* node, NV& list) {
     if (!node) return;
     if (node->type == CN_DELAY || node->type == CN_GAMMADELAY) {
         if (node->child2) list.push_back(node->child2);
@@ -46,9 +46,13 @@ void get_delays(cn const& node, NV& list) {
         }
     }
     for (N const* c : {&node->child1, &node->child2, &node->child3, &node->child4})
-        get_delays(*c, list);
+        GetDelaysBelow(c->get(), list);
     for (N const& e : node->list)
-        get_delays(e, list);
+        GetDelaysBelow(e.get(), list);
+}
+
+void get_delays(cn const& node, NV& list) {
+    GetDelaysBelow(node.get(), list);
 }
 
 bool IntegratorIsAssignedToStmt(char const* name, cn const& stmt) {

@@ -1,4 +1,4 @@
-#!/bin/sh
+#!/bin/bash
 # Scale benchmark: synthetic chain models of n compartments, each translated several times.
 # Prints a Markdown table: n, statements, translation time (median), peak memory, size of
 # Model.cpp, and the time of `g++ -fsyntax-only` on that Model.cpp, with the ratio of the two.
@@ -46,7 +46,8 @@ model() {
     echo "}"
 }
 
-now() { date +%s%N; }
+# Times are read from the shell's own clock in microseconds ($EPOCHREALTIME without its point):
+# a `date` process around each run would add its own start-up to the time measured.
 
 # Median of the numbers on standard input.
 median() { sort -n | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
@@ -61,17 +62,19 @@ for n in $sizes; do
     times=""
     r=0
     while [ "$r" -lt "$runs" ]; do
-        t0=$(now)
+        t0=${EPOCHREALTIME/./}
         "$varo5" "$dir/bench.mdl" "$dir" >/dev/null
-        times="$times $(($(now) - t0))"
+        t1=${EPOCHREALTIME/./}
+        times="$times $(((t1 - t0) * 1000))"
         r=$((r + 1))
     done
     tr_ns=$(echo "$times" | tr ' ' '\n' | grep . | median)
     mem_kb=$(/usr/bin/time -f %M "$varo5" "$dir/bench.mdl" "$dir" 2>&1 >/dev/null | tail -1)
     size_kb=$(($(wc -c <"$dir/Model.cpp") / 1024))
-    t0=$(now)
+    t0=${EPOCHREALTIME/./}
     "$cxx" -std=c++17 -fsyntax-only -I"$engine" -I"$dir" "$dir/Model.cpp"
-    gxx_ns=$(($(now) - t0))
+    t1=${EPOCHREALTIME/./}
+    gxx_ns=$(((t1 - t0) * 1000))
     awk -v n="$n" -v s="$stmts" -v t="$tr_ns" -v m="$mem_kb" -v k="$size_kb" -v g="$gxx_ns" \
         'BEGIN { printf "| %d | %d | %.3f | %.1f | %d | %.2f | %.2f %% |\n",
                  n, s, t / 1e9, m / 1024, k, g / 1e9, 100 * t / g }'
