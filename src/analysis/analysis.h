@@ -36,6 +36,17 @@ void CollectVars(CNodeAppendix const* appendix, SV& names, std::vector<int>& cou
 void CollectVars(CDoseVarOption const* option, SV& names, std::vector<int>& counts);
 void CollectVars(CNodeExtra const* extra, SV& names, std::vector<int>& counts);
 
+// While it lives, the walkers below know which kinds stand under each statement of 'body' and
+// pass over the statements that hold none of their targets. The body's list must stay as it is
+// meanwhile (walkers.cpp).
+class StatementKindsScope {
+  public:
+    explicit StatementKindsScope(cn const& body);
+    ~StatementKindsScope();
+    StatementKindsScope(StatementKindsScope const&) = delete;
+    StatementKindsScope& operator=(StatementKindsScope const&) = delete;
+};
+
 // State variables by kind of statement.
 void CollectDerivVars(cn const& node, SV& names);
 void CollectUrineVars(cn const& node, SV& names);
@@ -130,6 +141,7 @@ class DepSets {
     bool Meets(std::string const& name, Masks const& masks) const;
     // The names of 'start' in the set of a name outside 'start', and those names.
     std::set<std::string> UsedFrom(std::set<std::string> const& start) const;
+    std::set<std::string> UsedFrom(SV const& start) const;
 
   private:
     struct Layer {
@@ -147,6 +159,7 @@ class DepSets {
 
     static uint64_t const* Row(Layer const& layer, std::string const& name);
     std::set<std::string> Column(Layer const& layer, std::string const& name) const;
+    std::set<std::string> UsedFrom(Masks const& mask, std::set<std::string> const* start) const;
 
     DepSets const* of;
     std::vector<Layer> layers;

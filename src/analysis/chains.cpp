@@ -6,15 +6,15 @@
 #include "driver/driver.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cstdint>
-#include <iterator>
+#include <deque>
+#include <string_view>
+#include <unordered_map>
 
 std::set<std::string> recursiveDeps;
 std::set<std::string> usedChainStarters;
 std::set<std::string> usedVars;
-
-// The head, then the names the head depends on.
-typedef std::vector<std::string> Chain;
 
 // clang-format off
 // Statements that define an output of the model.
@@ -34,119 +34,155 @@ static CNodeType const StarterTypes[] = {
     CN_DELAYINFCPT, CN_MULTI, CN_SEQUENCE};
 // clang-format on
 
-static std::set<int> const utypes(std::begin(UserTypes), std::end(UserTypes));
-static std::set<int> const ntypes(std::begin(NamedTypes), std::end(NamedTypes));
+typedef std::bitset<CN_KIND_COUNT> KindBits;
+
+template <size_t n> static KindBits BitsOf(CNodeType const (&kinds)[n]) {
+    KindBits bits;
+    for (CNodeType kind : kinds)
+        bits.set(size_t(kind));
+    return bits;
+}
+
+static KindBits const utypes = BitsOf(UserTypes);
+static KindBits const ntypes = BitsOf(NamedTypes);
+static KindBits const starterTypes = BitsOf(StarterTypes);
 
 // ---- Chains ----------------------------------------------------------------------------------
 
-static void get_chain(N const& node, Chain& chain);
+// The names of the chains, each text once under a number in the order met, with whether it
+// is a reserved word of the generated code. The texts live in a deque, which keeps them in
+// place for the views of the index.
+struct ChainNames {
+    ChainNames() { ids.reserve(1024); }
 
-static void get_chain(CNodeAppendix const* appendix, Chain& chain) {
+    std::deque<std::string> texts;
+    std::vector<char> reserved;
+    std::unordered_map<std::string_view, int> ids;
+
+    int IdOf(std::string_view text) {
+        auto it = ids.find(text);
+        if (it != ids.end()) return it->second;
+        texts.emplace_back(text);
+        reserved.push_back(is_reserved(texts.back().c_str()));
+        ids.emplace(texts.back(), int(texts.size()) - 1);
+        return int(texts.size()) - 1;
+    }
+};
+
+// The head, then the names the head depends on, by number.
+typedef std::vector<int> Chain;
+
+// One walk of the chains: the names met so far and the chains made.
+struct ChainWalk {
+    ChainNames names;
+    std::vector<Chain> chains;
+};
+
+static void get_chain(N const& node, Chain& chain, ChainNames& names);
+
+static void get_chain(CNodeAppendix const* appendix, Chain& chain, ChainNames& names) {
     if (!appendix) return;
-    get_chain(appendix->dobefore, chain);
-    get_chain(appendix->doafter, chain);
-    get_chain(appendix->simulate, chain);
+    get_chain(appendix->dobefore, chain, names);
+    get_chain(appendix->doafter, chain, names);
+    get_chain(appendix->simulate, chain, names);
 }
 
-static void get_chain(CNodeExtra const* extra, Chain& chain) {
+static void get_chain(CNodeExtra const* extra, Chain& chain, ChainNames& names) {
     if (!extra) return;
-    get_chain(extra->beta, chain);
-    get_chain(extra->power, chain);
-    get_chain(extra->zprobOrLinkp, chain);
+    get_chain(extra->beta, chain, names);
+    get_chain(extra->power, chain, names);
+    get_chain(extra->zprobOrLinkp, chain, names);
 }
 
 // A reserved word of the generated code never enters a chain.
-static void PushName(std::string const& name, Chain& chain) {
-    if (!name.empty() && !is_reserved(name.c_str())) chain.push_back(name);
+static void PushName(std::string_view name, Chain& chain, ChainNames& names) {
+    if (name.empty()) return;
+    int const id = names.IdOf(name);
+    if (!names.reserved[size_t(id)]) chain.push_back(id);
 }
 
 // The name under which an output statement is a chain starter: the variable of an
 // integrator, the name of a named statement, "" for a sequence.
-static std::string StarterName(N const& node) {
-    if (node->type == CN_DERIV || node->type == CN_URINECPT)
-        return node->child1 ? std::string(node->child1->name) : std::string();
-    if (ntypes.count(node->type)) return std::string(node->name);
+static std::string StarterName(CNode const& node) {
+    if (node.type == CN_DERIV || node.type == CN_URINECPT)
+        return node.child1 ? std::string(node.child1->name) : std::string();
+    if (ntypes.test(size_t(node.type))) return std::string(node.name);
     return std::string();
 }
 
 // The name a named node contributes; a dose point stands as "dosepoint(A)", apart from A.
-static std::string OwnName(N const& node) {
-    std::string name(node->name);
-    if (node->type == CN_DOSEPOINT || node->type == CN_DOSEPOINT2) return "dosepoint(" + name + ")";
-    return name;
+static void PushOwnName(CNode const& node, Chain& chain, ChainNames& names) {
+    char const* name = node.name;
+    if (node.type != CN_DOSEPOINT && node.type != CN_DOSEPOINT2)
+        return PushName(name, chain, names);
+    PushName("dosepoint(" + std::string(name) + ")", chain, names);
 }
 
 // Appends the names of one statement to 'chain' in source order; the first that is pushed is
 // the head. Notes the statement in `usedChainStarters` when it defines an output.
-static void get_chain(N const& node, Chain& chain) {
+static void get_chain(N const& node, Chain& chain, ChainNames& names) {
     if (!node) return;
-    if (utypes.count(node->type)) {
-        usedChainStarters.insert(StarterName(node));
-        if (node->type == CN_SEQUENCE) chain.push_back(""); // the head of a sequence
+    if (utypes.test(size_t(node->type))) {
+        usedChainStarters.insert(StarterName(*node));
+        if (node->type == CN_SEQUENCE) chain.push_back(names.IdOf("")); // the head of a sequence
     }
-    if (ntypes.count(node->type)) PushName(OwnName(node), chain);
+    if (ntypes.test(size_t(node->type))) PushOwnName(*node, chain, names);
     if (node->type == CN_ASSIGN && node->child2 && node->child2->type == CN_PEAK)
-        return get_chain(node->child2, chain); // the peak's own name is the head
-    get_chain(node->child1, chain);
-    if (node->type != CN_MULTI) get_chain(node->child2, chain); // not the link function
-    get_chain(node->child3, chain);
-    get_chain(node->child4, chain);
-    get_chain(node->appendix.get(), chain);
+        return get_chain(node->child2, chain, names); // the peak's own name is the head
+    get_chain(node->child1, chain, names);
+    if (node->type != CN_MULTI) get_chain(node->child2, chain, names); // not the link function
+    get_chain(node->child3, chain, names);
+    get_chain(node->child4, chain, names);
+    get_chain(node->appendix.get(), chain, names);
     if (node->doseOption) {
         CDoseVarOption const& dose = *node->doseOption;
         for (String const* name : {&dose.idosevar, &dose.infdosevar, &dose.infratevar})
-            PushName(std::string(*name), chain);
+            PushName(static_cast<char const*>(*name), chain, names);
     }
-    get_chain(node->extra.get(), chain);
+    get_chain(node->extra.get(), chain, names);
     for (N const& entry : node->list)
-        get_chain(entry, chain);
-}
-
-static bool IsChainStarter(CNodeType type) {
-    static std::set<int> const start_chain_sttypes(std::begin(StarterTypes),
-                                                   std::end(StarterTypes));
-    return start_chain_sttypes.count(type) > 0;
+        get_chain(entry, chain, names);
 }
 
 // Appends 'node' as a new chain.
-static void AddChain(N const& node, std::vector<Chain>& chains) {
-    chains.emplace_back();
-    get_chain(node, chains.back());
+static void AddChain(N const& node, ChainWalk& walk) {
+    walk.chains.emplace_back();
+    get_chain(node, walk.chains.back(), walk.names);
 }
 
-static void CollectChains(N const& node, std::vector<Chain>& chains);
+static void CollectChains(N const& node, ChainWalk& walk);
 
-static void CollectChains(CNodeAppendix const* appendix, std::vector<Chain>& chains) {
+static void CollectChains(CNodeAppendix const* appendix, ChainWalk& walk) {
     if (!appendix) return;
-    CollectChains(appendix->dobefore, chains);
-    CollectChains(appendix->doafter, chains);
-    CollectChains(appendix->simulate, chains);
+    CollectChains(appendix->dobefore, walk);
+    CollectChains(appendix->doafter, walk);
+    CollectChains(appendix->simulate, walk);
 }
 
-static void CollectChains(CNodeExtra const* extra, std::vector<Chain>& chains) {
+static void CollectChains(CNodeExtra const* extra, ChainWalk& walk) {
     if (!extra) return;
-    CollectChains(extra->beta, chains);
-    CollectChains(extra->power, chains);
-    CollectChains(extra->zprobOrLinkp, chains);
+    CollectChains(extra->beta, walk);
+    CollectChains(extra->power, walk);
+    CollectChains(extra->zprobOrLinkp, walk);
 }
 
 // One chain per statement under 'node'; each entry of a fixef or stparm is a statement.
-static void CollectChains(N const& node, std::vector<Chain>& chains) {
+static void CollectChains(N const& node, ChainWalk& walk) {
     if (!node) return;
     if (node->type == CN_FIXEF || node->type == CN_STPARM) {
         for (N const& entry : node->list)
-            AddChain(entry, chains);
+            AddChain(entry, walk);
         return;
     }
-    if (IsChainStarter(node->type)) return AddChain(node, chains);
-    CollectChains(node->child1, chains);
-    CollectChains(node->child2, chains);
-    CollectChains(node->child3, chains);
-    CollectChains(node->child4, chains);
-    CollectChains(node->appendix.get(), chains);
-    CollectChains(node->extra.get(), chains);
+    if (starterTypes.test(size_t(node->type))) return AddChain(node, walk);
+    CollectChains(node->child1, walk);
+    CollectChains(node->child2, walk);
+    CollectChains(node->child3, walk);
+    CollectChains(node->child4, walk);
+    CollectChains(node->appendix.get(), walk);
+    CollectChains(node->extra.get(), walk);
     for (N const& entry : node->list)
-        CollectChains(entry, chains);
+        CollectChains(entry, walk);
 }
 
 // ---- Dependency matrix -----------------------------------------------------------------------
@@ -164,21 +200,14 @@ class BitMatrix {
 
     uint64_t const* Row(size_t i) const { return &bits[i * words]; }
 
-    std::vector<uint64_t> const& Bits() const { return bits; }
+    // Hands the bits over; the matrix is not read afterwards.
+    std::vector<uint64_t> TakeBits() { return std::move(bits); }
 
     bool Test(size_t i, size_t j) const { return (Row(i)[j / 64] >> (j % 64)) & 1; }
 
     void Set(size_t i, size_t j) { Row(i)[j / 64] |= uint64_t(1) << (j % 64); }
 
     void Reset(size_t i, size_t j) { Row(i)[j / 64] &= ~(uint64_t(1) << (j % 64)); }
-
-    // Calls 'f' with each column set in row 'i', in ascending order.
-    template <class F> void ForEachInRow(size_t i, F const& f) const {
-        uint64_t const* row = Row(i);
-        for (size_t w = 0; w < words; w++)
-            for (uint64_t x = row[w]; x; x &= x - 1)
-                f(w * 64 + size_t(__builtin_ctzll(x)));
-    }
 
   private:
     size_t size;
@@ -191,16 +220,50 @@ static size_t IndexOf(std::vector<std::string> const& names, std::string const& 
     return size_t(std::lower_bound(names.begin(), names.end(), name) - names.begin());
 }
 
-// Row of each head: a column for every name after the head in any of its chains. An empty
-// chain adds nothing.
-static void SetDirectDeps(std::vector<Chain> const& chains, std::vector<std::string> const& names,
-                          BitMatrix& m) {
-    for (Chain const& chain : chains) {
-        if (chain.empty()) continue;
-        size_t const row = IndexOf(names, chain[0]);
-        for (size_t k = 1; k < chain.size(); k++)
-            m.Set(row, IndexOf(names, chain[k]));
+// The names that the chains hold, sorted, and for each number of a name its index among them.
+static std::vector<std::string> SortNames(ChainWalk const& walk, std::vector<int>& indexOf) {
+    std::vector<char> inChain(walk.names.texts.size(), 0);
+    for (Chain const& chain : walk.chains)
+        for (int id : chain)
+            inChain[size_t(id)] = 1;
+    std::vector<int> ids;
+    for (size_t id = 0; id < inChain.size(); id++)
+        if (inChain[id]) ids.push_back(int(id));
+    std::deque<std::string> const& texts = walk.names.texts;
+    std::sort(ids.begin(), ids.end(), [&](int a, int b) { return texts[a] < texts[b]; });
+    std::vector<std::string> names;
+    names.reserve(ids.size());
+    indexOf.assign(texts.size(), -1);
+    for (int id : ids) {
+        indexOf[size_t(id)] = int(names.size());
+        names.push_back(texts[size_t(id)]);
     }
+    return names;
+}
+
+// The names after the head in any chain of each head, by index, in ascending order and each
+// once; an empty chain adds nothing.
+static std::vector<std::vector<int>> DirectDeps(ChainWalk const& walk,
+                                                std::vector<int> const& indexOf, size_t count) {
+    std::vector<std::vector<int>> succ(count);
+    for (Chain const& chain : walk.chains) {
+        if (chain.empty()) continue;
+        std::vector<int>& row = succ[size_t(indexOf[size_t(chain[0])])];
+        for (size_t k = 1; k < chain.size(); k++)
+            row.push_back(indexOf[size_t(chain[k])]);
+    }
+    for (std::vector<int>& row : succ) {
+        std::sort(row.begin(), row.end());
+        row.erase(std::unique(row.begin(), row.end()), row.end());
+    }
+    return succ;
+}
+
+// Row of each head: a column for every direct dependency.
+static void SetDirectDeps(std::vector<std::vector<int>> const& succ, BitMatrix& m) {
+    for (size_t i = 0; i < m.Size(); i++)
+        for (int j : succ[i])
+            m.Set(i, size_t(j));
 }
 
 // Transitive closure of a matrix of direct dependencies. Afterwards row i holds every name
@@ -211,8 +274,9 @@ static void SetDirectDeps(std::vector<Chain> const& chains, std::vector<std::str
 // finished rows of those outside it, whatever the order of the names.
 class Closure {
   public:
-    explicit Closure(BitMatrix& matrix)
-        : m(matrix), succ(DirectSuccessors(matrix)), index(succ.size(), -1), low(succ.size(), 0),
+    // 'matrix' holds the direct dependencies that 'direct' lists by row.
+    Closure(BitMatrix& matrix, std::vector<std::vector<int>> direct)
+        : m(matrix), succ(std::move(direct)), index(succ.size(), -1), low(succ.size(), 0),
           comp(succ.size(), -1), onStack(succ.size(), 0) {}
 
     void Run() {
@@ -221,13 +285,6 @@ class Closure {
     }
 
   private:
-    static std::vector<std::vector<int>> DirectSuccessors(BitMatrix const& matrix) {
-        std::vector<std::vector<int>> out(matrix.Size());
-        for (size_t i = 0; i < out.size(); i++)
-            matrix.ForEachInRow(i, [&](size_t j) { out[i].push_back(int(j)); });
-        return out;
-    }
-
     void Enter(int v) {
         index[v] = low[v] = nextIndex++;
         stack.push_back(v);
@@ -273,13 +330,32 @@ class Closure {
             comp[v] = nComponents;
             members.push_back(v);
         } while (v != root);
+        if (members.size() == 1)
+            CloseAlone(root);
+        else
+            CloseMembers(members);
+        nComponents++;
+    }
+
+    // A name alone in its component already has its direct dependencies in its row; the
+    // finished rows of those outside the component are merged in place.
+    void CloseAlone(int v) {
+        uint64_t* row = m.Row(size_t(v));
+        for (int w : succ[v]) {
+            if (comp[w] == nComponents) continue; // 'v' itself
+            uint64_t const* from = m.Row(size_t(w));
+            for (size_t k = 0; k < m.Words(); k++)
+                row[k] |= from[k];
+        }
+    }
+
+    void CloseMembers(std::vector<int> const& members) {
         std::vector<uint64_t> row(m.Words(), 0);
         for (int u : members)
             for (int w : succ[u])
                 MergeInto(row, w);
         for (int u : members)
             std::copy(row.begin(), row.end(), m.Row(size_t(u)));
-        nComponents++;
     }
 
     // Adds 'w' to 'row', and everything 'w' reaches when it lies in a finished component.
@@ -307,15 +383,16 @@ class Closure {
 static void NoteRecursive(std::vector<std::string> const& names, BitMatrix& m) {
     for (size_t i = 0; i < names.size(); i++) {
         if (!m.Test(i, i)) continue;
-        recursiveDeps.insert(names[i]);
+        recursiveDeps.insert(recursiveDeps.end(), names[i]);
         m.Reset(i, i);
     }
 }
 
 // Adds the closed matrix to `fwdDeps`, which `invDeps` reads by column. A name has an entry
 // only when it has a dependency or a dependent.
-static void FillDepMaps(std::vector<std::string> const& names, BitMatrix const& m) {
-    fwdDeps.Add(names, m.Bits(), m.Words());
+static void FillDepMaps(std::vector<std::string> const& names, BitMatrix& m) {
+    size_t const words = m.Words();
+    fwdDeps.Add(names, m.TakeBits(), words);
 }
 
 // Everything the chain starters depend on, the starters themselves only through another: the
@@ -330,24 +407,23 @@ static void FillUsedVars(std::vector<std::string> const& names, BitMatrix const&
     }
     for (size_t w = 0; w < rows.size(); w++)
         for (uint64_t x = rows[w]; x; x &= x - 1)
-            usedVars.insert(names[w * 64 + size_t(__builtin_ctzll(x))]);
+            usedVars.insert(usedVars.end(), names[w * 64 + size_t(__builtin_ctzll(x))]);
 }
 
 // Builds the chains of the statements under 'body' and from them fills `fwdDeps`,
 // `invDeps`, `recursiveDeps`, `usedChainStarters` and `usedVars`, adding to what they hold.
 void CollectDependencyChains(N const& body) {
-    std::vector<Chain> chains;
-    CollectChains(body, chains);
-    std::set<std::string> sorted;
-    for (Chain const& chain : chains)
-        sorted.insert(chain.begin(), chain.end());
-    std::vector<std::string> const names(sorted.begin(), sorted.end());
+    ChainWalk walk;
+    CollectChains(body, walk);
+    std::vector<int> indexOf;
+    std::vector<std::string> const names = SortNames(walk, indexOf);
+    std::vector<std::vector<int>> direct = DirectDeps(walk, indexOf, names.size());
     BitMatrix m(names.size());
-    SetDirectDeps(chains, names, m);
-    Closure(m).Run();
+    SetDirectDeps(direct, m);
+    Closure(m, std::move(direct)).Run();
     NoteRecursive(names, m);
-    FillDepMaps(names, m);
     FillUsedVars(names, m);
+    FillDepMaps(names, m);
 }
 
 // Appends to 'out' each name of 'names' that depends, directly or not, on a name of
@@ -363,9 +439,9 @@ void CollectDependentParams(SV const& names, SV const& starters, SV& out) {
 // together with those dependents, in sorted order. A parameter that only feeds another
 // starting name does not count as used by that path.
 void CollectUsedVars(SV const& starts, SV& used) {
-    std::set<std::string> const result =
-        fwdDeps.UsedFrom(std::set<std::string>(starts.begin(), starts.end()));
+    std::set<std::string> const result = fwdDeps.UsedFrom(starts);
     used.clear();
+    used.reserve(result.size());
     for (std::string const& name : result)
         used.push_back(name.c_str());
 }

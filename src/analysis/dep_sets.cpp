@@ -9,6 +9,7 @@ DepSets invDeps(&fwdDeps);
 void DepSets::Add(std::vector<std::string> const& names, std::vector<uint64_t> bits, size_t words) {
     Layer layer;
     layer.names = names;
+    layer.index.reserve(names.size());
     for (size_t i = 0; i < names.size(); i++)
         layer.index.emplace(names[i], i);
     layer.bits = std::move(bits);
@@ -92,25 +93,55 @@ bool DepSets::Meets(std::string const& name, Masks const& masks) const {
     return false;
 }
 
-// One scan of the rows: a row outside 'start' that meets it brings its own name and the names
-// of 'start' it holds.
-std::set<std::string> DepSets::UsedFrom(std::set<std::string> const& start) const {
-    Masks const mask = MaskOf(start);
+// Whether the name at 'i' of 'names' is one of 'start', whose bits in the layer are 'mask':
+// its bit tells when the layer holds each name once; else 'start' is asked.
+static bool IsStart(std::vector<std::string> const& names, size_t i, uint64_t const* mask,
+                    std::set<std::string> const* start) {
+    if (start) return start->count(names[i]) > 0;
+    return (mask[i / 64] >> (i % 64)) & 1;
+}
+
+// One scan of the rows: a row outside the starting names that meets 'mask' brings its own
+// name and the starting names it holds. 'start' is wanted only for a layer that holds a
+// name twice.
+std::set<std::string> DepSets::UsedFrom(Masks const& mask,
+                                        std::set<std::string> const* start) const {
     std::set<std::string> used;
     for (size_t k = 0; k < Layers().size(); k++) {
         Layer const& layer = Layers()[k];
+        bool const unique = layer.index.size() == layer.names.size();
         std::vector<uint64_t> met(layer.words, 0);
         for (size_t i = 0; i < layer.names.size(); i++) {
-            if (start.count(layer.names[i])) continue;
+            if (IsStart(layer.names, i, mask[k].data(), unique ? nullptr : start)) continue;
             bool meets = false;
             for (size_t w = 0; w < layer.words; w++) {
                 uint64_t const x = layer.Row(i)[w] & mask[k][w];
                 met[w] |= x;
                 meets = meets || x;
             }
-            if (meets) used.insert(layer.names[i]);
+            if (meets) used.insert(used.end(), layer.names[i]);
         }
         AddNames(layer.names, met.data(), layer.words, used);
     }
     return used;
+}
+
+std::set<std::string> DepSets::UsedFrom(std::set<std::string> const& start) const {
+    return UsedFrom(MaskOf(start), &start);
+}
+
+// As above without a set of the starting names, unless a layer holds a name twice.
+std::set<std::string> DepSets::UsedFrom(SV const& start) const {
+    for (Layer const& layer : Layers())
+        if (layer.index.size() != layer.names.size())
+            return UsedFrom(std::set<std::string>(start.begin(), start.end()));
+    Masks masks;
+    for (Layer const& layer : Layers()) {
+        masks.emplace_back(layer.words, 0);
+        for (String const& name : start) {
+            auto it = layer.index.find(std::string(name));
+            if (it != layer.index.end()) masks.back()[it->second / 64] |= 1ull << (it->second % 64);
+        }
+    }
+    return UsedFrom(masks, nullptr);
 }

@@ -1,48 +1,166 @@
-// The model walkers: small recursive functions that flatten the statement tree into the
-// name lists the generators read, and the three that number the peak and delay tables.
+// The model walkers: small functions that flatten the statement tree into the name lists
+// the generators read, and the three that number the peak and delay tables.
 // All but CollectVars, CollectConst and CollectAssigned share one walk: stop at the target
 // kinds, take from them, and otherwise descend through the operands in source order.
 #include "analysis/analysis.h"
 #include "driver/driver.h"
 
 #include <cassert>
+#include <cstdint>
+#include <initializer_list>
 #include <memory>
+#include <string_view>
+#include <unordered_map>
 
 // ---- The common walk ---------------------------------------------------------------------------
 
-// Calls 'visit' on the operands of 'node' in source order: child1 (or child2 when
-// 'fromChild2') to child4, the action blocks when 'withAppendix', then each entry of list.
-template <class Visit>
-static void ForEachOperand(CNode const& node, Visit const& visit, bool fromChild2 = false,
-                           bool withAppendix = false) {
-    if (!fromChild2) visit(node.child1);
-    visit(node.child2);
-    visit(node.child3);
-    visit(node.child4);
-    if (withAppendix && node.appendix) {
-        visit(node.appendix->dobefore);
-        visit(node.appendix->doafter);
-        visit(node.appendix->simulate);
+// A set of node kinds, one bit per kind, so that a walk tests its targets with one shift.
+class KindSet {
+  public:
+    KindSet() = default;
+
+    KindSet(std::initializer_list<CNodeType> kinds) {
+        for (CNodeType kind : kinds)
+            Add(kind);
     }
-    for (N const& entry : node.list)
-        visit(entry);
+
+    // The kinds that 'is' accepts.
+    explicit KindSet(bool (*is)(CNodeType)) {
+        for (int kind = 0; kind < CN_KIND_COUNT; kind++)
+            if (is(CNodeType(kind))) Add(CNodeType(kind));
+    }
+
+    bool Has(CNodeType type) const { return (bits[unsigned(type) / 64] >> (type % 64)) & 1; }
+
+    // Whether this set and 'other' have a kind in common.
+    bool Meets(KindSet const& other) const {
+        uint64_t common = 0;
+        for (size_t i = 0; i < CN_KIND_COUNT / 64; i++)
+            common |= bits[i] & other.bits[i];
+        return common != 0;
+    }
+
+    void Add(CNodeType kind) { bits[unsigned(kind) / 64] |= uint64_t(1) << (kind % 64); }
+
+  private:
+    uint64_t bits[CN_KIND_COUNT / 64] = {};
+};
+
+// The slots of the nodes that a walk has still to visit, the last pushed on top. Room is made
+// once per node, so that a push is a store and an add.
+class SlotStack {
+  public:
+    bool Empty() const { return top == 0; }
+
+    N const& Pop() { return *items[--top]; }
+
+    void Reserve(size_t n) {
+        if (items.size() - top < n) items.resize(2 * items.size() + n);
+    }
+
+    // Pushes 'slot' when it holds a node; needs room.
+    void PushIfSet(N const& slot) {
+        items[top] = &slot;
+        top += slot != nullptr;
+    }
+
+  private:
+    std::vector<N const*> items;
+    size_t top = 0;
+};
+
+// Whether 'node' has no operand at all, as most nodes of an expression have; one test.
+static bool IsLeaf(CNode const& node) {
+    uintptr_t const any = uintptr_t(node.child1.get()) | uintptr_t(node.child2.get()) |
+                          uintptr_t(node.child3.get()) | uintptr_t(node.child4.get()) |
+                          uintptr_t(node.appendix.get());
+    return !any && node.list.empty();
 }
 
-// Walks down to the nodes whose kind 'isTarget' accepts and hands each to 'take', without
-// descending below it. 'Ptr' is `cn` for the readers and `N` for the numbering walkers; below
-// the top the walk goes on the children as they are held, so that only a target is converted.
-template <class Ptr, class IsTarget, class Take>
-static void WalkToTargets(Ptr const& node, IsTarget const& isTarget, Take const& take,
-                          bool withAppendix = false) {
-    if (!node) return;
-    if (isTarget(node->type)) return take(node);
-    auto walk = [&](N const& child) { WalkToTargets<N>(child, isTarget, take, withAppendix); };
-    ForEachOperand(*node, walk, false, withAppendix);
+// While a StatementKindsScope is open: its body, and the kinds under each of its statements.
+static CNode const* indexedBody = nullptr;
+static std::vector<KindSet> statementKinds;
+
+static void AddKindsBelow(CNode const* n, KindSet& kinds) {
+    if (!n) return;
+    kinds.Add(n->type);
+    for (N const* c : {&n->child1, &n->child2, &n->child3, &n->child4})
+        AddKindsBelow(c->get(), kinds);
+    if (n->appendix)
+        for (N const* c : {&n->appendix->dobefore, &n->appendix->doafter, &n->appendix->simulate})
+            AddKindsBelow(c->get(), kinds);
+    for (N const& e : n->list)
+        AddKindsBelow(e.get(), kinds);
+}
+
+StatementKindsScope::StatementKindsScope(cn const& body) {
+    if (!body || body->type != CN_BLOCK) return;
+    for (N const& s : body->list) {
+        statementKinds.emplace_back();
+        AddKindsBelow(s.get(), statementKinds.back());
+    }
+    indexedBody = body.get();
+}
+
+StatementKindsScope::~StatementKindsScope() {
+    indexedBody = nullptr;
+    statementKinds.clear();
+}
+
+// Pushes the operands of 'node' that hold a node, last first, so that they come off the stack
+// in source order: child1 (or child2 when 'fromChild2') to child4, the action blocks when
+// 'withAppendix', then each entry of list. Of the indexed body, a statement that holds none of
+// the 'targets' is passed over: the walk would find nothing in it.
+__attribute__((always_inline)) static inline void PushOperands(CNode const& node, SlotStack& stack,
+                                                               KindSet const& targets,
+                                                               bool fromChild2, bool withAppendix) {
+    stack.Reserve(node.list.size() + 7);
+    bool const indexed = &node == indexedBody && node.list.size() == statementKinds.size();
+    for (size_t i = node.list.size(); i-- > 0;)
+        if (!indexed || targets.Meets(statementKinds[i])) stack.PushIfSet(node.list[i]);
+    if (withAppendix && node.appendix) {
+        stack.PushIfSet(node.appendix->simulate);
+        stack.PushIfSet(node.appendix->doafter);
+        stack.PushIfSet(node.appendix->dobefore);
+    }
+    stack.PushIfSet(node.child4);
+    stack.PushIfSet(node.child3);
+    stack.PushIfSet(node.child2);
+    if (!fromChild2) stack.PushIfSet(node.child1);
+}
+
+// How a walk goes on at a target: not below it, or below it from child2 on.
+enum class AtTarget { Stop, GoOnFromChild2 };
+
+// Walks down from 'root' in source order, handing each node whose kind is in 'targets' to
+// 'take'. The walk keeps the slots of the nodes on a stack of its own: no call and no count
+// change per node, which matters since most nodes of a large model are no target.
+template <class Take>
+static void WalkToTargets(N const& root, KindSet const& targets, Take const& take,
+                          bool withAppendix = false, AtTarget atTarget = AtTarget::Stop) {
+    if (!root) return;
+    SlotStack stack;
+    stack.Reserve(64);
+    stack.PushIfSet(root);
+    while (!stack.Empty()) {
+        N const& node = stack.Pop();
+        bool const isTarget = targets.Has(node->type);
+        if (isTarget) take(node);
+        if (isTarget && atTarget == AtTarget::Stop) continue;
+        if (!IsLeaf(*node)) PushOperands(*node, stack, targets, isTarget, withAppendix);
+    }
+}
+
+template <class Take>
+static void WalkToTargets(cn const& root, KindSet const& targets, Take const& take,
+                          bool withAppendix = false, AtTarget atTarget = AtTarget::Stop) {
+    WalkToTargets(std::const_pointer_cast<CNode>(root), targets, take, withAppendix, atTarget);
 }
 
 // A list that a walk appends names to, each name once, and the uses of each name when wanted.
 // The first look-ups scan the list; after them it has an index, so that a walk over a large
-// model does not scan the list once per name.
+// model does not scan the list once per name. The index views the texts of the list, which
+// stay in place while the list grows.
 struct NameSink {
     explicit NameSink(SV& list, std::vector<int>* uses = nullptr) : names(list), counts(uses) {}
 
@@ -50,23 +168,29 @@ struct NameSink {
     std::vector<int>* counts;
     int scans = 0; // look-ups answered by a scan
     bool indexed = false;
-    NameMap at; // each name's last index, once 'indexed'
+    std::unordered_map<std::string_view, int> at; // each name's last index, once 'indexed'
 };
 
 static int const MAX_SINK_SCANS = 16;
 
+static void IndexSink(NameSink& s) {
+    s.at.reserve(2 * s.names.size() + 64);
+    for (size_t i = 0; i < s.names.size(); i++)
+        s.at[static_cast<char const*>(s.names[i])] = int(i);
+    s.indexed = true;
+}
+
 // `MemberOf` of the sink's list.
 static int FindInSink(NameSink& s, char const* name) {
-    if (!s.indexed && ++s.scans > MAX_SINK_SCANS) {
-        s.at = GetNameMap(s.names);
-        s.indexed = true;
-    }
-    return s.indexed ? FindIn(s.at, name) : MemberOf(name, s.names);
+    if (!s.indexed && ++s.scans > MAX_SINK_SCANS) IndexSink(s);
+    if (!s.indexed) return MemberOf(name, s.names);
+    auto it = s.at.find(name);
+    return it == s.at.end() ? -1 : it->second;
 }
 
 static void AppendToSink(NameSink& s, char const* name) {
     s.names.push_back(name);
-    if (s.indexed) s.at[name] = int(s.names.size()) - 1;
+    if (s.indexed) s.at[static_cast<char const*>(s.names.back())] = int(s.names.size()) - 1;
 }
 
 // Appends 'name' unless the list holds it already; answers whether it did.
@@ -95,7 +219,11 @@ static bool HasWordInChild2(CNodeType type) {
     return type == CN_NONE || type == CN_MEMBER || type == CN_MULTI || type == CN_LL;
 }
 
-static void CollectVarsInto(cn const& node, NameSink& s);
+static void CollectVarsInto(CNode const& node, NameSink& s);
+
+static void CollectVarsInto(N const& node, NameSink& s) {
+    if (node) CollectVarsInto(*node, s);
+}
 
 static void CollectVarsInto(CNodeAppendix const* appendix, NameSink& s) {
     if (!appendix) return;
@@ -121,30 +249,29 @@ static void CollectVarsInto(CNodeExtra const* extra, NameSink& s) {
 // Every variable under 'node', with its number of uses. A peak counts as its own name and is
 // not entered; the words of HasWordInChild2 and the distribution names of delayInfCpt
 // (child4) and delay (its list) are no variables.
-static void CollectVarsInto(cn const& node, NameSink& s) {
-    if (!node) return;
-    if (node->type == CN_VAR || node->type == CN_PEAK) return CountUse(node->name, s);
-    CollectVarsInto(node->child1, s);
-    if (!HasWordInChild2(node->type)) CollectVarsInto(node->child2, s);
-    CollectVarsInto(node->child3, s);
-    if (node->type != CN_DELAYINFCPT) CollectVarsInto(node->child4, s);
-    CollectVarsInto(node->appendix.get(), s);
-    CollectVarsInto(node->doseOption.get(), s);
-    CollectVarsInto(node->extra.get(), s);
-    if (node->type == CN_DELAY) return;
-    for (N const& entry : node->list)
+static void CollectVarsInto(CNode const& node, NameSink& s) {
+    if (node.type == CN_VAR || node.type == CN_PEAK) return CountUse(node.name, s);
+    CollectVarsInto(node.child1, s);
+    if (!HasWordInChild2(node.type)) CollectVarsInto(node.child2, s);
+    CollectVarsInto(node.child3, s);
+    if (node.type != CN_DELAYINFCPT) CollectVarsInto(node.child4, s);
+    CollectVarsInto(node.appendix.get(), s);
+    CollectVarsInto(node.doseOption.get(), s);
+    CollectVarsInto(node.extra.get(), s);
+    if (node.type == CN_DELAY) return;
+    for (N const& entry : node.list)
         CollectVarsInto(entry, s);
 }
 
 void CollectVars(cn const& node, SV& names, std::vector<int>& counts) {
     assert(counts.size() == names.size());
     NameSink s(names, &counts);
-    CollectVarsInto(node, s);
+    if (node) CollectVarsInto(*node, s);
 }
 
 void CollectVars(cn const& node, SV& names) {
     NameSink s(names); // the counts are not wanted
-    CollectVarsInto(node, s);
+    if (node) CollectVarsInto(*node, s);
 }
 
 void CollectVars(CNodeAppendix const* appendix, SV& names, std::vector<int>& counts) {
@@ -176,18 +303,12 @@ static bool IsEventKind(CNodeType type) {
 }
 
 // At a statement of 'kind' takes the variable of child1, then walks on from child2, so the
-// walk does not stop at the statement. The walk holds plain pointers: no count changes per node.
-static void CollectStateVarsInto(CNode const* node, CNodeType kind, NameSink& s) {
-    if (!node) return;
-    bool const isTarget = node->type == kind;
-    if (isTarget) CollectVarsInto(node->child1, s);
-    ForEachOperand(
-        *node, [&](N const& c) { CollectStateVarsInto(c.get(), kind, s); }, isTarget);
-}
-
+// walk does not stop at the statement.
 static void CollectStateVars(cn const& node, CNodeType kind, SV& names) {
     NameSink s(names);
-    CollectStateVarsInto(node.get(), kind, s);
+    WalkToTargets(
+        node, {kind}, [&](N const& n) { CollectVarsInto(n->child1, s); }, false,
+        AtTarget::GoOnFromChild2);
 }
 
 void CollectDerivVars(cn const& node, SV& names) {
@@ -208,47 +329,42 @@ void CollectTransit2Vars(cn const& node, SV& names) {
 
 // Every integrated variable: the variables of the four integrator statements and the names
 // of event and count statements, walking on from child2 of each.
-static void CollectIntegVarsInto(CNode const* node, NameSink& s) {
-    if (!node) return;
-    bool const isTarget = IsIntegratorKind(node->type);
-    if (isTarget && IsEventKind(node->type))
-        AddName(s, node->name);
-    else if (isTarget)
-        CollectVarsInto(node->child1, s);
-    ForEachOperand(
-        *node, [&](N const& c) { CollectIntegVarsInto(c.get(), s); }, isTarget);
-}
-
 void CollectIntegVars(cn const& node, SV& names) {
     NameSink s(names);
-    CollectIntegVarsInto(node.get(), s);
+    auto take = [&](N const& n) {
+        if (IsEventKind(n->type))
+            AddName(s, n->name);
+        else
+            CollectVarsInto(n->child1, s);
+    };
+    WalkToTargets(node, KindSet(IsIntegratorKind), take, false, AtTarget::GoOnFromChild2);
 }
 
 void CollectEventVars(cn const& node, SV& names) {
     NameSink sink(names);
-    WalkToTargets(node, IsEventKind, [&](cn const& n) { AddName(sink, n->name); });
+    WalkToTargets(node, KindSet(IsEventKind), [&](N const& n) { AddName(sink, n->name); });
 }
 
 // ---- Dose points --------------------------------------------------------------------------
 
 void CollectDosepoints1(cn const& node, SV& names, std::vector<unsigned short>& split) {
-    auto isDose = [](CNodeType type) { return type == CN_DOSEPOINT; };
+    KindSet const isDose{CN_DOSEPOINT};
     NameSink sink(names);
-    WalkToTargets(node, isDose, [&](cn const& n) {
+    WalkToTargets(node, isDose, [&](N const& n) {
         if (AddName(sink, n->name)) split.push_back(n->doseOption ? n->doseOption->split : 0);
     });
 }
 
 void CollectDosepoints2(cn const& node, SV& names) {
-    auto isDose = [](CNodeType type) { return type == CN_DOSEPOINT2; };
+    KindSet const isDose{CN_DOSEPOINT2};
     NameSink sink(names);
-    WalkToTargets(node, isDose, [&](cn const& n) { AddName(sink, n->name); });
+    WalkToTargets(node, isDose, [&](N const& n) { AddName(sink, n->name); });
 }
 
 // The initial-dose variables of the dose points, kept as they come, duplicates included.
 void CollectInitialDoseVars(cn const& node, SV& names) {
-    auto isDose = [](CNodeType type) { return type == CN_DOSEPOINT || type == CN_DOSEPOINT2; };
-    WalkToTargets(node, isDose, [&](cn const& n) {
+    KindSet const isDose{CN_DOSEPOINT, CN_DOSEPOINT2};
+    WalkToTargets(node, isDose, [&](N const& n) {
         if (!n->doseOption) return;
         for (String const* name :
              {&n->doseOption->idosevar, &n->doseOption->infdosevar, &n->doseOption->infratevar})
@@ -260,7 +376,7 @@ void CollectInitialDoseVars(cn const& node, SV& names) {
 
 // The depot of a cfMicro or cfMacro1: the variable that its `first = (...)` argument, kept in
 // child1, assigns; an empty text without one.
-static String DepotName(cn const& stmt) {
+static String DepotName(N const& stmt) {
     N const& first = stmt->child1;
     if (first && first->type == CN_ASSIGN && first->child1 && first->child1->type == CN_VAR)
         return first->child1->name;
@@ -268,17 +384,17 @@ static String DepotName(cn const& stmt) {
 }
 
 void CollectCFMacroVars(cn const& node, SV& names, SV& depots) {
-    auto isMicro = [](CNodeType type) { return type == CN_CFMICRO || type == CN_CFMACRO1; };
+    KindSet const isMicro{CN_CFMICRO, CN_CFMACRO1};
     NameSink sink(names);
-    WalkToTargets(node, isMicro, [&](cn const& n) {
+    WalkToTargets(node, isMicro, [&](N const& n) {
         if (AddName(sink, n->name)) depots.push_back(DepotName(n));
     });
 }
 
 void CollectCFMacro2Vars(cn const& node, SV& names, SV& firsts) {
-    auto isMacro = [](CNodeType type) { return type == CN_CFMACRO; };
+    KindSet const isMacro{CN_CFMACRO};
     NameSink sink(names);
-    WalkToTargets(node, isMacro, [&](cn const& n) {
+    WalkToTargets(node, isMacro, [&](N const& n) {
         if (!AddName(sink, n->name)) return;
         firsts.push_back(!n->list.empty() && n->list[0] ? n->list[0]->name : String());
     });
@@ -297,18 +413,18 @@ static char const* ResponseKindWord(CNodeType type) {
 }
 
 void CollectResponses(cn const& node, SV& names, SV& kinds) {
-    auto isResponse = [](CNodeType type) { return type >= CN_MULTI && type <= CN_COUNT; };
+    KindSet const isResponse{CN_MULTI, CN_LL, CN_EVENT, CN_COUNT};
     NameSink sink(names);
-    WalkToTargets(node, isResponse, [&](cn const& n) {
+    WalkToTargets(node, isResponse, [&](N const& n) {
         if (AddName(sink, n->name)) kinds.push_back(ResponseKindWord(n->type));
     });
 }
 
 // Beside each observed name its bql flag: 1 bql, 2 aql, 3 both, 0 none.
 void CollectObservations(cn const& node, SV& names, std::vector<unsigned short>& bql) {
-    auto isObserve = [](CNodeType type) { return type == CN_OBSERVE; };
+    KindSet const isObserve{CN_OBSERVE};
     NameSink sink(names);
-    WalkToTargets(node, isObserve, [&](cn const& n) {
+    WalkToTargets(node, isObserve, [&](N const& n) {
         if (!AddName(sink, n->name)) return;
         bql.push_back(n->child3 ? static_cast<unsigned short>(n->child3->value) : 0);
     });
@@ -327,11 +443,9 @@ static unsigned short CovariateKindNumber(CNodeType type) {
 
 void CollectCovariates(cn const& node, SV& names, std::vector<unsigned short>& flags,
                        std::vector<unsigned short>& kinds) {
-    auto isCovariate = [](CNodeType type) {
-        return type >= CN_COVARIATE && type <= CN_INTERPOLATE;
-    };
+    KindSet const isCovariate{CN_COVARIATE, CN_FCOVARIATE, CN_INTERPOLATE};
     NameSink sink(names);
-    WalkToTargets(node, isCovariate, [&](cn const& n) {
+    WalkToTargets(node, isCovariate, [&](N const& n) {
         for (N const& var : n->list) {
             if (!AddName(sink, var->name)) continue;
             flags.push_back(var->child1 ? 1 : 0); // "name()"
@@ -342,9 +456,9 @@ void CollectCovariates(cn const& node, SV& names, std::vector<unsigned short>& f
 
 // The names in the list of each statement of 'kind'.
 static void CollectListNames(cn const& node, CNodeType kind, SV& names) {
-    auto isKind = [kind](CNodeType type) { return type == kind; };
+    KindSet const isKind{kind};
     NameSink sink(names);
-    WalkToTargets(node, isKind, [&](cn const& n) {
+    WalkToTargets(node, isKind, [&](N const& n) {
         for (N const& var : n->list)
             AddName(sink, var->name);
     });
@@ -362,9 +476,9 @@ void CollectDoubles(cn const& node, SV& names) {
 
 // The variables on the left of the assignments in the list of each statement of 'kind'.
 static void CollectLeftSides(cn const& node, CNodeType kind, SV& names) {
-    auto isKind = [kind](CNodeType type) { return type == kind; };
+    KindSet const isKind{kind};
     NameSink sink(names);
-    WalkToTargets(node, isKind, [&](cn const& n) {
+    WalkToTargets(node, isKind, [&](N const& n) {
         for (N const& entry : n->list)
             if (entry && entry->type == CN_ASSIGN) CollectVarsInto(entry->child1, sink);
     });
@@ -384,9 +498,9 @@ void CollectSecondary(cn const& node, SV& names) {
 
 // The random effects of each group (block, diag, same) of the statements of 'kind'.
 static void CollectRanefNames(cn const& node, CNodeType kind, SV& names) {
-    auto isKind = [kind](CNodeType type) { return type == kind; };
+    KindSet const isKind{kind};
     NameSink sink(names);
-    WalkToTargets(node, isKind, [&](cn const& n) {
+    WalkToTargets(node, isKind, [&](N const& n) {
         for (N const& group : n->list)
             if (group) CollectVarsInto(group->child1, sink);
     });
@@ -418,7 +532,7 @@ static bool IsFrozenMark(N const& mark) {
 }
 
 // The enable number of a fixef item: its mark is a number or c(number); -1 without one.
-static int64_t EnableNumber(cn const& item) {
+static int64_t EnableNumber(N const& item) {
     N mark = item->child2;
     if (mark && mark->type == CN_VALUES) mark = mark->list.empty() ? N() : mark->list[0];
     if (!mark || mark->type != CN_NUM) return -1;
@@ -433,9 +547,9 @@ static double NumberAt(NV const& list, size_t i, double absent) {
 
 void CollectFixef(cn const& node, SV& units, SV& names, std::vector<unsigned short>& frozen,
                   std::vector<int64_t>& enable, std::vector<double>& init) {
-    auto isFixef = [](CNodeType type) { return type == CN_FIXEF; };
+    KindSet const isFixef{CN_FIXEF};
     NameSink sink(names);
-    WalkToTargets(node, isFixef, [&](cn const& stmt) {
+    WalkToTargets(node, isFixef, [&](N const& stmt) {
         for (N const& item : stmt->list) {
             if (!item || !AddName(sink, item->name)) continue;
             units.push_back(String()); // no statement gives a fixed effect units of its own
@@ -447,7 +561,7 @@ void CollectFixef(cn const& node, SV& units, SV& names, std::vector<unsigned sho
 }
 
 // The names of one error entry, each with the entry's frozen flag and its value.
-static void CollectErrorEntry(cn const& entry, NameSink& sink, std::vector<unsigned short>& frozen,
+static void CollectErrorEntry(N const& entry, NameSink& sink, std::vector<unsigned short>& frozen,
                               std::vector<double>& init) {
     if (!entry || entry->type != CN_VARIANCE_DIAG || !entry->child1) return;
     NV const& vars = entry->child1->list;
@@ -460,9 +574,9 @@ static void CollectErrorEntry(cn const& entry, NameSink& sink, std::vector<unsig
 
 void CollectErrorInfo(cn const& node, SV& names, std::vector<unsigned short>& frozen,
                       std::vector<double>& init) {
-    auto isError = [](CNodeType type) { return type == CN_ERROR; };
+    KindSet const isError{CN_ERROR};
     NameSink sink(names);
-    WalkToTargets(node, isError, [&](cn const& stmt) {
+    WalkToTargets(node, isError, [&](N const& stmt) {
         for (N const& entry : stmt->list)
             CollectErrorEntry(entry, sink, frozen, init);
     });
@@ -472,10 +586,10 @@ void CollectErrorInfo(cn const& node, SV& names, std::vector<unsigned short>& fr
 
 // The names of the nodes of 'kind', walking the action blocks as well.
 static void CollectStatNames(cn const& node, CNodeType kind, SV& names) {
-    auto isKind = [kind](CNodeType type) { return type == kind; };
+    KindSet const isKind{kind};
     NameSink sink(names);
     WalkToTargets(
-        node, isKind, [&](cn const& n) { AddName(sink, n->name); }, true);
+        node, isKind, [&](N const& n) { AddName(sink, n->name); }, true);
 }
 
 void CollectCVMean(cn const& node, SV& names) {
@@ -589,7 +703,7 @@ static void NumberDelayTable(N const& node, N const& hist, int& count, NV& nodes
 }
 
 void CountSetPeak(N const& node, int& count, NV& out) {
-    auto isPeak = [](CNodeType type) { return type == CN_PEAK; };
+    KindSet const isPeak{CN_PEAK};
     WalkToTargets(node, isPeak, [&](N const& n) {
         out.push_back(n);
         n->iPeakTable = count++;
@@ -598,15 +712,14 @@ void CountSetPeak(N const& node, int& count, NV& out) {
 
 // A delay(...) keeps its history expression in child4.
 void CountSetDelay(N const& node, int& count, NV& nodes, NV& hist) {
-    auto isDelay = [](CNodeType type) { return type == CN_DELAY; };
+    KindSet const isDelay{CN_DELAY};
     WalkToTargets(node, isDelay,
                   [&](N const& n) { NumberDelayTable(n, n->child4, count, nodes, hist); });
 }
 
 // A delayInfCpt starts from an empty history.
 void CountSetTransit2(N const& node, int& count, NV& nodes, NV& hist) {
-    auto isDelayCpt = [](CNodeType type) { return type == CN_DELAYINFCPT; };
-    WalkToTargets(node, isDelayCpt, [&](N const& n) {
-        NumberDelayTable(n, MakeNode(0.0), count, nodes, hist);
-    });
+    KindSet const isDelayCpt{CN_DELAYINFCPT};
+    WalkToTargets(node, isDelayCpt,
+                  [&](N const& n) { NumberDelayTable(n, MakeNode(0.0), count, nodes, hist); });
 }

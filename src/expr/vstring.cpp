@@ -93,15 +93,19 @@ String::String(char const* begin, char const* end) {
     memcpy(s, begin, len);
 }
 
-// The array becomes this holder's own and stays so.
+// The array becomes this holder's own and stays so. An array held by this text alone is kept
+// where it is, so that a pointer taken from the text before stays good, as it was before the
+// array could be shared; a shared one stays with its other holders.
 char& String::operator[](int i) {
-    if (s == emptyText || RepOf(s)->holders != kPinned) {
+    if (s == emptyText) {
+        s = NewText(0);
+    } else if (RepOf(s)->holders != kPinned && RepOf(s)->holders > 1) {
         char* own = NewText(strlen(s));
         strcpy(own, s);
         Release(s);
         s = own;
-        RepOf(s)->holders = kPinned;
     }
+    RepOf(s)->holders = kPinned;
     return s[i];
 }
 
@@ -209,6 +213,10 @@ void String::TrimLeft() {
     while (s[n] == ' ')
         n++;
     if (n == 0) return;
+    if (s != emptyText && (RepOf(s)->holders == 1 || RepOf(s)->holders == kPinned)) {
+        memmove(s, s + n, strlen(s + n) + 1); // this text's own array: trimmed where it is
+        return;
+    }
     char* rest = CopyOf(s + n, strlen(s + n));
     Release(s);
     s = rest;

@@ -131,6 +131,7 @@ void GetGammaDelays(cn const& node, NV& list) {
 
 // Step 1 of Phase 1: the flat name lists out of the tree.
 void CGenCode::RunWalkers() {
+    StatementKindsScope const kinds(pBody);
     CollectIntegVars(pModel, saInteg);
     CollectCFMacroVars(pModel, saCFMacro, saCFStrip);
     GetSortedObserveStmts(pModel, paSortedObserve);

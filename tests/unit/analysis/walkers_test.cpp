@@ -148,6 +148,20 @@ TEST_F(WalkersTest, StateVariablesInSourceOrderAndInsideBlocks) {
         cases[i].walker(body, names);
         EXPECT_EQ(cases[i].expected, Texts(names)) << "case " << i;
     }
+
+    // A long list, every other entry a nest of blocks: the walk's own stack grows and keeps
+    // the order.
+    N longBody = ListOf(CN_BLOCK, {});
+    Names longExpected;
+    for (int i = 0; i < 300; i++) {
+        std::string const name = "a" + std::to_string(i);
+        N deriv = Body("deriv(" + name + " = -k*" + name + ")")->list[0];
+        longBody->list.push_back(i % 2 ? ListOf(CN_BLOCK, {ListOf(CN_BLOCK, {deriv})}) : deriv);
+        longExpected.push_back(name);
+    }
+    SV longNames;
+    CollectDerivVars(longBody, longNames);
+    EXPECT_EQ(longExpected, Texts(longNames));
 }
 
 TEST_F(WalkersTest, DosePointsWithSplitFlagsAndInitialDoseVariables) {
@@ -357,4 +371,42 @@ TEST_F(WalkersTest, DelaysAndDelayCompartmentsShareOneCounter) {
     EXPECT_EQ((NV{y->child1, y->child2}), peakNodes);
     EXPECT_EQ(0, y->child1->iPeakTable);
     EXPECT_EQ(1, y->child2->iPeakTable);
+}
+
+// With the statement kinds of the body known, the walks pass over statements that hold none of
+// their targets and still find the same names in the same order, the tables numbered alike.
+TEST_F(WalkersTest, StatementKindsScopeChangesNoWalk) {
+    N body = Body("covariate(wt)\n dosepoint(A1, tlag = 1)\n deriv(A1 = -k * A1)\n"
+                  "deriv(A2 = k * A1 - delay(A1, 2) - peak(pk = A2))\n urinecpt(U = k * A2)\n"
+                  "event(ev, 0.1 * mean(wt))\n sequence { A2 = median(wt) \n sleep(1) }\n"
+                  "observe(CObs = A2 + eps, doafter = { Z = mean(wt) })\n error(eps = 1)\n"
+                  "stparm(k = tvk * exp(nk))\n fixef(tvk = c(0, 1, 2))\n ranef(diag(nk) = c(1))");
+    auto walkAll = [&] {
+        std::vector<Names> out;
+        SV a, b;
+        std::vector<unsigned short> f1, f2;
+        for (void (*walker)(cn const&, SV&) :
+             {CollectDerivVars, CollectUrineVars, CollectIntegVars, CollectEventVars,
+              CollectDosepoints2, CollectInitialDoseVars, CollectStruct, CollectRanef5,
+              CollectCVMean, CollectCVMedian, CollectDoubles}) {
+            SV names;
+            walker(body, names);
+            out.push_back(Texts(names));
+        }
+        CollectObservations(body, a, f1);
+        CollectCovariates(body, b, f1, f2);
+        out.push_back(Texts(a));
+        out.push_back(Texts(b));
+        int count = 0;
+        NV nodes, hist, peaks;
+        CountSetDelay(body, count, nodes, hist);
+        CountSetPeak(body, count, peaks);
+        out.push_back({std::to_string(count), std::to_string(nodes.size() + peaks.size())});
+        return out;
+    };
+    std::vector<Names> const plain = walkAll();
+    StatementKindsScope const kinds(body);
+    EXPECT_EQ(plain, walkAll());
+    EXPECT_EQ((Names{"A1", "A2"}), plain[0]);
+    EXPECT_EQ((Names{"wt"}), plain[8]);
 }

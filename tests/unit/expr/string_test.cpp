@@ -46,6 +46,16 @@ TEST_F(VaroTest, StringConstruction) {
     EXPECT_STREQ("Zbc!", shared);
     EXPECT_STREQ(" x", trimmedCopy);
     EXPECT_STREQ("x", trimmed);
+
+    // A text that alone holds its array keeps it: pointers taken before a write access or a
+    // trim stay good.
+    String alone("xyz"), spaced("  ab");
+    char const* aloneBefore = alone;
+    char const* spacedBefore = spaced;
+    EXPECT_EQ('x', alone[0]);
+    spaced.TrimLeft();
+    EXPECT_STREQ("xyz", aloneBefore);
+    EXPECT_STREQ("ab", spacedBefore);
 }
 
 TEST_F(VaroTest, StringFind) {
