@@ -279,9 +279,13 @@ void CGenCode::GradientProcessing1(NV const& rates, NV const& transits, NV const
 // Adds each name of 'lists', joined in order, that the text does not force real.
 static void AddUnlessReal(std::unordered_set<std::string>& set,
                           std::initializer_list<SV const*> lists) {
+    size_t total = set.size();
+    for (SV const* list : lists)
+        total += list->size();
+    set.reserve(total);
     for (SV const* list : lists)
         for (String const& n : *list)
-            if (!IsIn(force_real, n)) set.insert(std::string(n));
+            if (force_real.empty() || !IsIn(force_real, n)) set.emplace(n);
 }
 
 // Step 5 of Phase 1: the parameters carried as dual numbers, then every variable that has a
