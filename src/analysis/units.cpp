@@ -183,11 +183,38 @@ static N UnitStatement(cn const& s) {
     return copy;
 }
 
+// A statement that the rules above leave as it is: one of the kinds they pass to its child1 and
+// child2 when neither is an expression `CNode::PropagateUnits` looks at (fixef, ranef...).
+static bool IsIdleForUnits(cn const& s) {
+    switch (s->type) {
+        case CN_ASSIGN:
+        case CN_DERIV:
+        case CN_URINECPT:
+        case CN_DOSEPOINT:
+        case CN_DOSEPOINT2:
+        case CN_CFMICRO:
+        case CN_CFMACRO1:
+        case CN_CFMACRO:
+        case CN_COVARIATE:
+        case CN_FCOVARIATE:
+        case CN_INTERPOLATE:
+        case CN_STPARM:
+        case CN_SECONDARY:
+        case CN_ERROR:
+        case CN_OBSERVE: return false;
+        default:
+            return (!s->child1 || s->child1->type > CN_CALL) &&
+                   (!s->child2 || s->child2->type > CN_CALL);
+    }
+}
+
+// The private copies of the statements that the rules can change; a visit of the others would
+// change nothing.
 static NV UnitStatements(cn const& body) {
     NV stmts;
     if (body->type != CN_BLOCK) return {UnitStatement(body)};
     for (N const& s : body->list)
-        if (s) stmts.push_back(UnitStatement(s));
+        if (s && !IsIdleForUnits(s)) stmts.push_back(UnitStatement(s));
     return stmts;
 }
 
