@@ -69,7 +69,7 @@ static bool IsStparmCopyOfFixef(CGenCode const& g, DefiningLists const& d, char 
 static int CountDefinitions(CGenCode const& g, DefiningLists const& d, char const* name) {
     int c = 0;
     for (NameMap const& list : d.counted)
-        if (FindIn(list, name) >= 0) c++;
+        if (!list.empty() && FindIn(list, name) >= 0) c++; // most lists are empty
     if (FindIn(d.fixef, name) >= 0 && !IsStparmCopyOfFixef(g, d, name)) c++;
     return c;
 }
