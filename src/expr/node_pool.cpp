@@ -4,7 +4,6 @@
 #include "expr/node_pool.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <new>
 #include <sys/mman.h>
 
@@ -21,6 +20,7 @@ namespace {
 constexpr size_t kGrain = 16;
 constexpr size_t kLargest = 512;
 constexpr size_t kChunk = 64 * 1024;
+constexpr size_t kRegion = 2 * 1024 * 1024;
 
 struct FreeBlock {
     FreeBlock* next;
@@ -31,8 +31,6 @@ FreeBlock* freeLists[kLargest / kGrain + 1];
 size_t ClassOf(size_t size) {
     return (size + kGrain - 1) / kGrain;
 }
-
-constexpr size_t kRegion = 2 * 1024 * 1024;
 
 char* regionNext = nullptr;
 char* regionEnd = nullptr;
