@@ -4,7 +4,6 @@
 #pragma once
 
 #include "driver/diag.h"
-#include "expr/node_pool.h"
 #include "expr/vstring.h"
 
 #include <cstdint>
@@ -177,9 +176,9 @@ class CNode {
     void ClearTemp2();
 };
 
-// A new node from the node pool, built by the constructor that takes 'args'.
+// A new node, built by the constructor that takes 'args'.
 template <class... A> N MakeNode(A&&... args) {
-    return std::allocate_shared<CNode>(NodeAllocator<CNode>(), std::forward<A>(args)...);
+    return std::make_shared<CNode>(std::forward<A>(args)...);
 }
 
 // Shorthands for new nodes, each exactly the node asked for.

@@ -1,9 +1,13 @@
 // Free lists by size class (multiples of 16 bytes up to 512), filled from 64 KB chunks of
-// 2 MB regions that live until the process ends. Larger blocks, and every block in a sanitizer
-// build, go to the heap.
+// 2 MB regions carved from one span of reserved address space. Since the span tells a pooled
+// block from any other, the global operator new and delete use the pool too: besides nodes,
+// a translation makes and drops hundreds of thousands of small container blocks. Larger
+// blocks, and every block in a sanitizer build, go to the heap; so does everything when the
+// span can't be reserved.
 #include "expr/node_pool.h"
 
 #include <cstdint>
+#include <cstdlib>
 #include <new>
 #include <sys/mman.h>
 
@@ -21,83 +25,126 @@ constexpr size_t kGrain = 16;
 constexpr size_t kLargest = 512;
 constexpr size_t kChunk = 64 * 1024;
 constexpr size_t kRegion = 2 * 1024 * 1024;
+constexpr size_t kSpan = size_t(4) << 30;  // address space only: pages cost when touched
 
 struct FreeBlock {
     FreeBlock* next;
 };
 
 FreeBlock* freeLists[kLargest / kGrain + 1];
+unsigned char chunkClass[kSpan / kChunk]; // the size class of each chunk handed out
 
 size_t ClassOf(size_t size) {
-    return (size + kGrain - 1) / kGrain;
+    return size == 0 ? 1 : (size + kGrain - 1) / kGrain;
 }
 
-char* regionNext = nullptr;
-char* regionEnd = nullptr;
-int regions = 0;
+char* spanBase = nullptr;
+char* spanNext = nullptr;
+char* spanEnd = nullptr;
+bool spanTried = false;
 
-// A region of kRegion bytes at a multiple of kRegion. From the second region on, the kernel is
-// asked to back it with huge pages: a large model then takes a page fault per region instead
-// of one per 4 KB, while a small one never touches more than its first region.
-char* NewRegion() {
-    void* raw =
-        mmap(nullptr, 2 * kRegion, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (raw == MAP_FAILED) throw std::bad_alloc();
-    char* start = static_cast<char*>(raw);
-    char* aligned = reinterpret_cast<char*>((reinterpret_cast<uintptr_t>(start) + kRegion - 1) &
-                                            ~uintptr_t(kRegion - 1));
-    if (aligned > start) munmap(start, size_t(aligned - start));
-    char* end = aligned + kRegion;
-    if (start + 2 * kRegion > end) munmap(end, size_t(start + 2 * kRegion - end));
-    if (regions++ > 0) madvise(aligned, kRegion, MADV_HUGEPAGE);
-    return aligned;
+// Reserves the span at a multiple of kRegion, once; without it the pool stays empty.
+void ReserveSpan() {
+    spanTried = true;
+    void* raw = mmap(nullptr, kSpan + kRegion, PROT_READ | PROT_WRITE,
+                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (raw == MAP_FAILED) return;
+    uintptr_t const start = reinterpret_cast<uintptr_t>(raw);
+    spanBase = reinterpret_cast<char*>((start + kRegion - 1) & ~uintptr_t(kRegion - 1));
+    spanNext = spanBase;
+    spanEnd = spanBase + kSpan;
 }
 
+bool InSpan(void const* p) {
+    return p >= spanBase && p < spanEnd;
+}
+
+// The next chunk of the span, or null when there is none. From the second region on, the
+// kernel is asked to back the span with huge pages: a large model then takes a page fault per
+// region instead of one per 4 KB, while a small one never touches more than its first region.
 char* NewChunk() {
-    if (regionNext == regionEnd) {
-        regionNext = NewRegion();
-        regionEnd = regionNext + kRegion;
-    }
-    char* chunk = regionNext;
-    regionNext += kChunk;
+    if (!spanTried) ReserveSpan();
+    if (spanNext == spanEnd) return nullptr;
+    char* chunk = spanNext;
+    spanNext += kChunk;
+    if (chunk > spanBase && (chunk - spanBase) % kRegion == 0)
+        madvise(chunk, kRegion, MADV_HUGEPAGE);
     return chunk;
 }
 
-// Cuts a new chunk into blocks of class 'c' and puts them on its list.
-void Refill(size_t c) {
+// Cuts a new chunk into blocks of class 'c' and puts them on its list; false without a chunk.
+bool Refill(size_t c) {
     size_t const block = c * kGrain;
     char* chunk = NewChunk();
+    if (!chunk) return false;
+    chunkClass[size_t(chunk - spanBase) / kChunk] = static_cast<unsigned char>(c);
     for (size_t off = 0; off + block <= kChunk; off += block) {
         FreeBlock* b = reinterpret_cast<FreeBlock*>(chunk + off);
         b->next = freeLists[c];
         freeLists[c] = b;
     }
+    return true;
+}
+
+void* HeapAllocate(size_t size) {
+    void* p = std::malloc(size == 0 ? 1 : size);
+    if (!p) throw std::bad_alloc();
+    return p;
 }
 
 } // namespace
 
-void* PoolAllocate(size_t size) {
 #ifndef VARO5_POOL_OFF
-    if (size > 0 && size <= kLargest) {
-        size_t const c = ClassOf(size);
-        if (!freeLists[c]) Refill(c);
-        FreeBlock* b = freeLists[c];
-        freeLists[c] = b->next;
-        return b;
-    }
-#endif
+
+void* PoolAllocate(size_t size) {
+    if (size > kLargest) return HeapAllocate(size);
+    size_t const c = ClassOf(size);
+    if (!freeLists[c] && !Refill(c)) return HeapAllocate(size);
+    FreeBlock* b = freeLists[c];
+    freeLists[c] = b->next;
+    return b;
+}
+
+void PoolFree(void* p) {
+    if (!InSpan(p)) return std::free(p);
+    FreeBlock* b = static_cast<FreeBlock*>(p);
+    size_t const c = chunkClass[size_t(static_cast<char*>(p) - spanBase) / kChunk];
+    b->next = freeLists[c];
+    freeLists[c] = b;
+}
+
+void* operator new(size_t size) {
+    return PoolAllocate(size);
+}
+
+void* operator new[](size_t size) {
+    return PoolAllocate(size);
+}
+
+void operator delete(void* p) noexcept {
+    PoolFree(p);
+}
+
+void operator delete[](void* p) noexcept {
+    PoolFree(p);
+}
+
+void operator delete(void* p, size_t) noexcept {
+    PoolFree(p);
+}
+
+void operator delete[](void* p, size_t) noexcept {
+    PoolFree(p);
+}
+
+#else
+
+void* PoolAllocate(size_t size) {
     return ::operator new(size);
 }
 
-void PoolFree(void* p, size_t size) {
-#ifndef VARO5_POOL_OFF
-    if (size > 0 && size <= kLargest) {
-        FreeBlock* b = static_cast<FreeBlock*>(p);
-        size_t const c = ClassOf(size);
-        b->next = freeLists[c];
-        freeLists[c] = b;
-        return;
-    }
-#endif
+void PoolFree(void* p) {
     ::operator delete(p);
 }
+
+#endif

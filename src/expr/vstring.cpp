@@ -16,13 +16,12 @@ namespace {
 
 struct Rep {
     size_t holders;
-    size_t bytes; // of the whole allocation, for the pool
     char text[1];
 };
 
 constexpr size_t kPinned = SIZE_MAX; // one holder that may write, never shared
 
-Rep emptyRep = {0, 0, {0}};
+Rep emptyRep = {0, {0}};
 char* const emptyText = emptyRep.text;
 
 Rep* RepOf(char* s) {
@@ -36,7 +35,6 @@ char* NewText(size_t len) {
     Rep* r = static_cast<Rep*>(PoolAllocate(bytes));
     memset(r, 0, bytes);
     r->holders = 1;
-    r->bytes = bytes;
     return r->text;
 }
 
@@ -59,7 +57,7 @@ char* Share(char* s) {
 void Release(char* s) {
     if (s == emptyText) return;
     Rep* r = RepOf(s);
-    if (r->holders == kPinned || --r->holders == 0) PoolFree(r, r->bytes);
+    if (r->holders == kPinned || --r->holders == 0) PoolFree(r);
 }
 
 char* Joined(char const* a, char const* b) {

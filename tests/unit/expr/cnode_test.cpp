@@ -1,6 +1,7 @@
 // The node class: what each constructor builds, deep and shallow copies, structural
 // equality, the whole-tree walks and the kind-name table.
 #include "expr/cnode.h"
+#include "expr/node_pool.h"
 #include "tree_text.h"
 #include "varo5_test.h"
 
@@ -292,30 +293,39 @@ TEST_F(VaroTest, KindNameTableIsInStepWithTheValues) {
     }
 }
 
-// Blocks of the node pool are aligned and don't overlap, whether they come fresh from a chunk
-// or back from the free list.
+// Blocks of the pool are aligned and don't overlap, whether they come fresh from a chunk or
+// back from a free list. Sizes are mixed, so that a block freed into the wrong size class (the
+// size is not passed back) would be handed out again too small and overwritten.
 TEST_F(VaroTest, NodePoolBlocksAreDistinct) {
-    for (size_t size : {8, 200, 512, 600}) {
-        SCOPED_TRACE(size);
-        std::vector<unsigned char*> blocks;
-        for (int round = 0; round < 2; round++) {
-            for (int i = 0; i < 700; i++)
-                blocks.push_back(static_cast<unsigned char*>(PoolAllocate(size)));
-            for (size_t i = 0; i < blocks.size(); i++) {
-                EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(blocks[i]) % 16);
-                memset(blocks[i], int(i % 251), size);
-            }
-            for (size_t i = 0; i < blocks.size(); i++)
-                for (size_t k = 0; k < size; k += 7)
-                    ASSERT_EQ(i % 251, blocks[i][k]);
-            for (size_t i = 0; i < blocks.size(); i += 2) // half go back, then come again
-                PoolFree(blocks[i], size);
-            std::vector<unsigned char*> kept;
-            for (size_t i = 1; i < blocks.size(); i += 2)
-                kept.push_back(blocks[i]);
-            blocks = kept;
+    size_t const sizes[] = {0, 8, 200, 512, 600, 48};
+    std::vector<unsigned char*> blocks;
+    std::vector<size_t> blockSizes;
+    for (int round = 0; round < 3; round++) {
+        for (size_t i = 0; i < 4200; i++) {
+            size_t const size = sizes[(i + size_t(round)) % 6];
+            blocks.push_back(static_cast<unsigned char*>(PoolAllocate(size)));
+            blockSizes.push_back(size == 0 ? 1 : size);
         }
-        for (unsigned char* b : blocks)
-            PoolFree(b, size);
+        for (size_t i = 0; i < blocks.size(); i++) {
+            EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(blocks[i]) % 16);
+            memset(blocks[i], int(i % 251), blockSizes[i]);
+        }
+        for (size_t i = 0; i < blocks.size(); i++)
+            for (size_t k = 0; k < blockSizes[i]; k += 7)
+                ASSERT_EQ(i % 251, blocks[i][k]) << "block " << i << " of " << blockSizes[i];
+        std::vector<unsigned char*> kept;
+        std::vector<size_t> keptSizes;
+        for (size_t i = 0; i < blocks.size(); i++) { // half go back, then come again
+            if (i % 2 == 0) {
+                PoolFree(blocks[i]);
+            } else {
+                kept.push_back(blocks[i]);
+                keptSizes.push_back(blockSizes[i]);
+            }
+        }
+        blocks = kept;
+        blockSizes = keptSizes;
     }
+    for (unsigned char* b : blocks)
+        PoolFree(b);
 }
