@@ -5,6 +5,7 @@
 #include "analysis/analysis.h"
 #include "modelgen/modelgen.h"
 
+#include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstdarg>
@@ -224,8 +225,15 @@ char const* GetContextTypeArgument() {
 
 // Whole numbers of the 32-bit range print with "%g" (so 1234567 is cut to 1.23457e+06),
 // all others with 19 digits; a text that doesn't look like a floating value gets ".0".
+// Below a million, "%g" prints a whole number's digits as they are: to_chars does that at a
+// fraction of the cost (-0 is left to snprintf).
 static std::string NumberText(double value) {
     char buf[64];
+    if (std::fabs(value) < 1e6 && value == std::trunc(value) &&
+        !(value == 0 && std::signbit(value))) {
+        char* end = std::to_chars(buf, buf + sizeof buf, int(value)).ptr;
+        return std::string(buf, end) + ".0";
+    }
     bool whole32 = value >= INT_MIN && value <= INT_MAX && value == double(int(value));
     snprintf(buf, sizeof buf, whole32 ? "%g" : "%19.19g", value);
     std::string text(buf);

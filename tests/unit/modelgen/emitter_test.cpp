@@ -4,6 +4,8 @@
 #include "parser/parser.h"
 #include "varo5_test.h"
 
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
@@ -93,19 +95,39 @@ TEST_F(EmitterTest, NumberFormats) {
         {-3, "-3.0"},
         {0.1, "0.1000000000000000056"},
         {0.5, "0.5"},
+        {999999, "999999.0"},
+        {-999999, "-999999.0"},
         {1000000, "1e+06"},
+        {-1000000, "-1e+06"},
         {1234567, "1.23457e+06"},
         {2147483647, "2.14748e+09"},
         {2147483648.0, "2147483648.0"},
         {10000000000.0, "10000000000.0"},
         {1e300, "1.000000000000000053e+300"},
         {0, "0.0"},
+        {-0.0, "-0.0"},
+        {-2147483648.0, "-2.14748e+09"},
     };
 
     for (auto const& c : cases) {
         String out;
         GenCstr(std::make_shared<CNode>(c.value), out);
         EXPECT_EQ(c.out, std::string(out)) << c.value;
+    }
+}
+
+// Whole numbers near the million boundary and across the range print as "%g" prints them.
+TEST_F(EmitterTest, WholeNumbersPrintAsPercentG) {
+    for (double v = -1000003; v <= 1000003; v += 4999) {
+        for (double w : {v, std::floor(v / 10), 999990 + std::fmod(std::fabs(v), 20)}) {
+            char expected[64];
+            snprintf(expected, sizeof expected, "%g", w);
+            std::string text = expected;
+            if (text.find_first_of("e.") == std::string::npos) text += ".0";
+            String out;
+            GenCstr(std::make_shared<CNode>(w), out);
+            ASSERT_EQ(text, std::string(out)) << w;
+        }
     }
 }
 
