@@ -33,6 +33,8 @@ char* ReadFile(char const* path);
 // close it with `CloseOutputFile`.
 FILE* OpenOutputFile(char const* path, char const* mode);
 int CloseOutputFile(FILE* f);
+// Closes and deletes every output file still open: the translation failed half-way.
+void DiscardOpenOutputFiles();
 N ReadModelFile(char const* path, NV& includes, int iReplace);
 N ReadCohortFile(char const* path, NV& includes);
 

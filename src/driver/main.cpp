@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <strings.h>
 
 // A cluster of the letters l L t T i I r R, applied only when every letter passes.
@@ -58,6 +59,11 @@ static int RunOnFiles(int argc, char** argv, int i) {
         return doit();
     } catch (CException* e) {
         delete e;
+        DiscardOpenOutputFiles();
+        return 1;
+    } catch (std::bad_alloc const&) {
+        DiscardOpenOutputFiles();
+        fprintf(stderr, "Error: out of memory\n");
         return 1;
     }
 }
