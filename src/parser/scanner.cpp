@@ -117,6 +117,7 @@ int seeChar(char const*& p, char c) {
 int seeChars(char const*& p, char const* s) {
     if (!s || !*s) return 0;
     ScanWhite(p);
+    if (*p != *s) return 0;
     size_t n = strlen(s);
     if (strncmp(p, s, n) != 0) return 0;
     p += n;
@@ -139,6 +140,7 @@ int seeAssignOp(char const*& p) {
 
 int seeWord(char const*& p, char const* w) {
     ScanWhite(p);
+    if (*w && *p != *w) return 0; // most words are told apart by their first letter
     size_t n = strlen(w);
     if (strncmp(p, w, n) != 0 || IsWordChar(p[n])) return 0;
     p += n;
