@@ -25,7 +25,7 @@ constexpr size_t kGrain = 16;
 constexpr size_t kLargest = 512;
 constexpr size_t kChunk = 64 * 1024;
 constexpr size_t kRegion = 2 * 1024 * 1024;
-constexpr size_t kSpan = size_t(4) << 30;  // address space only: pages cost when touched
+constexpr size_t kSpan = size_t(4) << 30; // address space only: pages cost when touched
 
 struct FreeBlock {
     FreeBlock* next;
