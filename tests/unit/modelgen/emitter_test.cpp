@@ -4,8 +4,6 @@
 #include "parser/parser.h"
 #include "varo5_test.h"
 
-#include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
@@ -113,21 +111,6 @@ TEST_F(EmitterTest, NumberFormats) {
         String out;
         GenCstr(std::make_shared<CNode>(c.value), out);
         EXPECT_EQ(c.out, std::string(out)) << c.value;
-    }
-}
-
-// Whole numbers near the million boundary and across the range print as "%g" prints them.
-TEST_F(EmitterTest, WholeNumbersPrintAsPercentG) {
-    for (double v = -1000003; v <= 1000003; v += 4999) {
-        for (double w : {v, std::floor(v / 10), 999990 + std::fmod(std::fabs(v), 20)}) {
-            char expected[64];
-            snprintf(expected, sizeof expected, "%g", w);
-            std::string text = expected;
-            if (text.find_first_of("e.") == std::string::npos) text += ".0";
-            String out;
-            GenCstr(std::make_shared<CNode>(w), out);
-            ASSERT_EQ(text, std::string(out)) << w;
-        }
     }
 }
 
